@@ -8,6 +8,14 @@
 #include "foundation/JsonCodec.h"
 
 namespace foundation {
+namespace {
+
+template <typename T>
+std::optional<T> copyOf(const T* found) {
+  return found ? std::optional<T>(*found) : std::nullopt;
+}
+
+}  // namespace
 
 void KeyedUnarchiver::JsonRelease::operator()(json_t* json) const {
   json_decref(json);
@@ -103,10 +111,7 @@ std::optional<double> KeyedUnarchiver::decodeDouble(std::string_view key) {
 
 std::optional<std::string> KeyedUnarchiver::decodeString(std::string_view key) {
   const auto value = decodeChecked(key);
-  if (!value)
-    return std::nullopt;
-  const auto* text = value->string();
-  return expect(text ? std::optional<std::string>(*text) : std::nullopt);
+  return value ? expect(copyOf(value->string())) : std::nullopt;
 }
 
 std::optional<Date> KeyedUnarchiver::decodeDate(std::string_view key) {
@@ -116,10 +121,7 @@ std::optional<Date> KeyedUnarchiver::decodeDate(std::string_view key) {
 
 std::optional<Value::Bytes> KeyedUnarchiver::decodeBytes(std::string_view key) {
   const auto value = decodeChecked(key);
-  if (!value)
-    return std::nullopt;
-  const auto* data = value->bytes();
-  return expect(data ? std::optional<Value::Bytes>(*data) : std::nullopt);
+  return value ? expect(copyOf(value->bytes())) : std::nullopt;
 }
 
 std::optional<Value> KeyedUnarchiver::decodeValue(std::string_view key) {

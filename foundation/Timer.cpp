@@ -1,5 +1,7 @@
 #include "foundation/Timer.h"
 
+#include <algorithm>
+
 #include "foundation/WorkerPool.h"
 
 namespace foundation {

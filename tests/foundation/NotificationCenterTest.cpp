@@ -35,10 +35,7 @@ TEST_F(NotificationCenterTest, DeliversInRegistrationOrderToMatchingNameAndSende
   calls.clear();
   center.post("Ping", &sender);
   EXPECT_EQ(calls, (std::vector<std::string>{"any-1", "from-sender", "any-2"}));
-}
 
-TEST_F(NotificationCenterTest, CarriesObjectAndUserInfo) {
-  int sender = 0;
   Notification received;
   center.addObserver("Launch", this, [&](const Notification& n) { received = n; });
   center.post("Launch", &sender, Value(Value::Dictionary{{"url", Value("orvane://x")}}));
