@@ -91,8 +91,9 @@ void WorkerPool::enqueueAfter(Clock::duration delay, Work work) {
 }
 
 void WorkerPool::setForwarder(Forwarder forwarder) {
+  auto shared = forwarder ? std::make_shared<const Forwarder>(std::move(forwarder)) : nullptr;
   std::lock_guard lock(mutex_);
-  forwarder_ = std::move(forwarder);
+  forwarder_ = std::move(shared);
 }
 
 void WorkerPool::stop() {
@@ -118,15 +119,11 @@ void WorkerPool::stop() {
 void WorkerPool::workerLoop(QualityOfService qos) {
   nameCallingThread(label_, qos);
   Item item;
-  while (nextItem(item)) {
-    Forwarder forwarder;
-    {
-      std::lock_guard lock(mutex_);
-      forwarder = forwarder_;
-    }
+  std::shared_ptr<const Forwarder> forwarder;
+  while (nextItem(item, forwarder)) {
     if (forwarder) {
       auto self = shared_from_this();
-      forwarder([self, item = std::move(item)]() mutable { self->run(item); });
+      (*forwarder)([self, item = std::move(item)]() mutable { self->run(item); });
     } else {
       run(item);
     }
@@ -134,13 +131,14 @@ void WorkerPool::workerLoop(QualityOfService qos) {
   }
 }
 
-bool WorkerPool::nextItem(Item& item) {
+bool WorkerPool::nextItem(Item& item, std::shared_ptr<const Forwarder>& forwarder) {
   std::unique_lock lock(mutex_);
   for (;;) {
     promoteDueWork(Clock::now());
     if (!ready_.empty()) {
       item = std::move(ready_.front());
       ready_.pop_front();
+      forwarder = forwarder_;
       return true;
     }
     if (stopping_)

@@ -63,7 +63,8 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
 
   WorkerPool(std::string label, int width);
   void workerLoop(QualityOfService qos);
-  bool nextItem(Item& item);
+  // Takes the next item and, under the same lock, the forwarder it must go through.
+  bool nextItem(Item& item, std::shared_ptr<const Forwarder>& forwarder);
   void promoteDueWork(Clock::time_point now);
   void run(Item& item);
 
@@ -76,7 +77,7 @@ class WorkerPool : public std::enable_shared_from_this<WorkerPool> {
   std::uint64_t nextSequence_ = 0;
   int sleepingWorkers_ = 0;
   bool stopping_ = false;
-  Forwarder forwarder_;
+  std::shared_ptr<const Forwarder> forwarder_;
   std::vector<std::thread> workers_;
 };
 
