@@ -1,0 +1,31 @@
+#pragma once
+
+#include <gst/gst.h>
+
+#include <memory>
+#include <string>
+
+namespace audio {
+
+// Owning handles for GStreamer's reference-counted objects.
+struct GstObjectUnref {
+  void operator()(gpointer object) const { gst_object_unref(object); }
+};
+template <typename T>
+using GstPtr = std::unique_ptr<T, GstObjectUnref>;
+
+// GStreamer is initialised once per process, on first use, by whichever audio class needs it.
+void ensureGStreamer();
+
+// Parses a launch-line description ("pulsesrc", "audiotestsrc is-live=true ! queue") into a bin
+// with ghost pads for its unlinked pads. Null, with the reason in `error`, when it cannot be made.
+GstElement* makeBinFromDescription(const std::string& description, std::string& error);
+
+// Makes an element of our own graph, which must exist: the plugins come with the installation.
+GstElement* makeElement(const char* factory, const char* name = nullptr);
+
+// Sets "stream-properties" (media role, application name) on the sound-server elements inside
+// `bin`; elements of other kinds are left alone.
+void applyStreamProperties(GstElement* bin, const std::string& mediaRole);
+
+}  // namespace audio

@@ -1,0 +1,198 @@
+#include "audio/OrvaneEngine.h"
+
+#include <cmath>
+#include <system_error>
+
+#include "audio/AudioAsset.h"
+#include "audio/AudioFile.h"
+#include "audio/MediaDiscoverer.h"
+#include "audio/AudioPlayerNode.h"
+#include "audio/AudioUnitTimePitch.h"
+#include "foundation/ApplicationPaths.h"
+#include "foundation/Console.h"
+#include "foundation/NotificationCenter.h"
+#include "platform/AudioSession.h"
+#include "platform/Bundle.h"
+
+namespace audio {
+namespace {
+
+// A release shorter than this is a tap, not an announcement.
+constexpr std::uintmax_t kMinimumTakeBytes = 10000;
+
+using foundation::Console;
+using platform::AudioSessionCategory;
+
+}  // namespace
+
+OrvaneEngineConfiguration OrvaneEngineConfiguration::defaults() {
+  OrvaneEngineConfiguration configuration;
+  configuration.documentsDirectory = foundation::ApplicationPaths("Orvane").dataDirectory();
+  configuration.startTonePath = platform::Bundle::main().pathForResource("Beep1", "m4a");
+  return configuration;
+}
+
+const std::string& OrvaneEngine::playbackStartedNotificationName() {
+  static const std::string name =
+      std::string(platform::Bundle::bundleIdentifier()) + "_Playback_Started";
+  return name;
+}
+
+OrvaneEngine::OrvaneEngine(OrvaneEngineConfiguration configuration)
+    : session_(configuration.session ? *configuration.session
+                                     : platform::AudioSession::sharedInstance()),
+      recordingURL_(configuration.documentsDirectory / "recording.m4a"),
+      playbackURL_(configuration.documentsDirectory / "playback.m4a"),
+      startTonePath_(configuration.startTonePath),
+      engine_(configuration.sinkDescription, session_),
+      recorder_(recordingURL_, RecorderSettings{}, configuration.sourceDescription, session_) {
+  recorder_.prepareToRecord();
+  if (startTonePath_.empty()) {
+    Console::line("Start tone \"Beep1.m4a\" is not installed; announcements play without it");
+  }
+  // Loads the decoders now, so the first release does not wait for them.
+  decoderWarmUp_ = std::async(std::launch::async,
+                              [tone = startTonePath_] { MediaDiscoverer::discover(tone); });
+}
+
+OrvaneEngine::~OrvaneEngine() {
+  // A play still queued refers to this engine; plugins still loading must not meet the exit.
+  audioQueue().sync([] {});
+  decoderWarmUp_.wait();
+}
+
+foundation::DispatchQueue& OrvaneEngine::audioQueue() {
+  // One for the process, made on first use and never released.
+  static auto* queue =
+      new foundation::DispatchQueue("Audio_Queue", foundation::QualityOfService::UserInitiated);
+  return *queue;
+}
+
+double OrvaneEngine::audioLevel() {
+  if (recorder_.isRecording()) {
+    recorder_.updateMeters();
+    float decibels = recorder_.averagePowerForChannel(0);
+    return std::pow(10.0f, decibels / 60.0f);
+  }
+  if (engine_.isRunning()) {
+    // The playback level's power is worked out but not yet shown: the waveform rests while
+    // the announcement plays.
+    [[maybe_unused]] float power = std::pow(10.0f, playbackLevel_ / 10.0f);
+    return playbackLevel_ * 7.0;
+  }
+  return 0.0;
+}
+
+double OrvaneEngine::playbackLength() const {
+  return AudioAsset(playbackURL_).duration();
+}
+
+void OrvaneEngine::startRecording() {
+  session_.setCategory(AudioSessionCategory::PlayAndRecord);
+  recorder_.setMeteringEnabled(true);
+  recorder_.record();
+}
+
+void OrvaneEngine::stopRecording() {
+  recorder_.stop();
+  session_.setCategory(AudioSessionCategory::Playback);
+  std::error_code error;
+  auto size = std::filesystem::file_size(recordingURL_, error);
+  if (error)
+    return;
+  Console::line("File size is " + std::to_string(size));
+  if (size > kMinimumTakeBytes) {
+    keepTake();
+  } else {
+    postPlaybackFailed();
+    readyForPlayback_.store(false);
+  }
+}
+
+void OrvaneEngine::keepTake() {
+  std::error_code ignored;
+  if (std::filesystem::exists(playbackURL_, ignored))
+    Console::line("Old file deleted");
+  // The rename replaces the old take in one step, so a failed move leaves it in place.
+  std::filesystem::rename(recordingURL_, playbackURL_, ignored);
+  readyForPlayback_.store(true);
+  std::filesystem::remove(recordingURL_, ignored);
+}
+
+void OrvaneEngine::play() {
+  audioQueue().async([this] { playOnAudioQueue(); });
+}
+
+void OrvaneEngine::playOnAudioQueue() {
+  engine_.stop();
+  engine_.reset();
+  auto player = std::make_shared<AudioPlayerNode>();
+  auto timePitch = std::make_shared<AudioUnitTimePitch>();
+  engine_.attach(player);
+  engine_.attach(timePitch);
+  engine_.connect(*player, *timePitch, player->outputFormat(0));
+  engine_.connect(*timePitch, engine_.outputNode(), timePitch->outputFormat(0));
+  timePitch->setPitch(1.0f);
+  session_.setCategory(AudioSessionCategory::Playback);
+  // Connected again after the category change, as the output may have changed with it.
+  engine_.connect(*timePitch, engine_.outputNode(), timePitch->outputFormat(0));
+  if (auto cents = pitchForEffect(effect()))
+    timePitch->setPitch(*cents);
+  if (isStartToneOn())
+    scheduleStartTone(*player);
+  scheduleVoice(*player);
+  if (readyForPlayback_.load()) {
+    startPlayer(*player);
+  } else {
+    Console::line("User Error - Audio was not ready for playback");
+    postPlaybackFailed();
+    readyForPlayback_.store(false);
+  }
+}
+
+void OrvaneEngine::scheduleStartTone(AudioPlayerNode& player) {
+  auto tone = AudioFile::forReading(startTonePath_);
+  if (!tone) {
+    Console::line("Start tone \"Beep1.m4a\" could not be read; playing the announcement alone");
+    return;
+  }
+  player.scheduleFile(tone);
+}
+
+void OrvaneEngine::scheduleVoice(AudioPlayerNode& player) {
+  auto voice = AudioFile::forReading(playbackURL_);
+  if (!voice) {
+    Console::line("User Error - Audio file was nil");
+    postPlaybackFailed();
+    return;
+  }
+  player.scheduleFile(voice);
+}
+
+void OrvaneEngine::startPlayer(AudioPlayerNode& player) {
+  if (!engine_.isRunning()) {
+    std::string error;
+    if (!engine_.start(error))
+      Console::line("*** Audio Engine startup Failure: " + error + " ***");
+  }
+  if (!engine_.isRunning())
+    return;  // the take stays ready for another try
+  player.play();
+  foundation::NotificationCenter::defaultCenter().post(playbackStartedNotificationName(), this);
+  readyForPlayback_.store(false);
+  Console::line("Playback started");
+}
+
+void OrvaneEngine::reset() {
+  engine_.stop();
+  engine_.reset();
+  recorder_.stop();
+  session_.setCategory(AudioSessionCategory::Playback);
+}
+
+void OrvaneEngine::postPlaybackFailed() {
+  foundation::NotificationCenter::defaultCenter().post(std::string(kPlaybackFailedNotification),
+                                                       this);
+}
+
+}  // namespace audio

@@ -1,0 +1,115 @@
+#include <cmath>
+
+#include "EngineFixture.h"
+
+namespace audio::testing {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using PlaybackTest = EngineFixture;
+
+constexpr double kVoiceHertz = 440;
+constexpr double kToneSeconds = 0.25;
+
+TEST_F(PlaybackTest, EachEffectShiftsTheVoiceByItsInterval) {
+  auto engine = makeEngine();
+  const std::pair<PlaybackEffects, double> effects[] = {
+      {PlaybackEffects::NormalVoice, kVoiceHertz},
+      {PlaybackEffects::MonsterVoice, kVoiceHertz / std::sqrt(2.0)},
+      {PlaybackEffects::ChipmunkVoice, kVoiceHertz * 2}};
+  for (auto [effect, expected] : effects) {
+    stageRecording(sharedTake());
+    engine->stopRecording();
+    engine->setEffect(effect);
+    Signal heard = playToOutput(*engine);
+    EXPECT_NEAR(dominantFrequency(heard.slice(0.3, 1.2)), expected, expected * 0.01)
+        << "effect " << int(effect);
+    EXPECT_NEAR(heard.seconds(), 1.5, 0.25);
+  }
+  EXPECT_EQ(notifications_.failures(), 0);
+}
+
+TEST_F(PlaybackTest, TheStartToneLeadsTheVoiceWithoutAGap) {
+  auto engine = makeEngine();
+  stageRecording(sharedTake());
+  engine->stopRecording();
+  engine->setStartToneOn(true);
+  Signal heard = playToOutput(*engine);
+
+  // Encoder priming left in either file would show as a late start of the chime or the voice.
+  const std::size_t tenMilliseconds = heard.sampleRate / 100;
+  const auto toneEnd = std::size_t(kToneSeconds * heard.sampleRate);
+  EXPECT_LE(firstSampleAbove(heard, 0, 0.01f), tenMilliseconds) << "the chime starts late";
+  // The voice is a sine of peak 0.5; by the end of its quarter second the chime is far quieter.
+  std::size_t voiceOnset = firstSampleAbove(heard, toneEnd * 3 / 4, 0.25f);
+  EXPECT_GE(voiceOnset, toneEnd - tenMilliseconds);
+  EXPECT_LE(voiceOnset, toneEnd + tenMilliseconds) << "a pause between chime and voice";
+  EXPECT_GT(dominantFrequency(heard.slice(0.0, 0.2)), 1000) << "the chime comes first";
+  EXPECT_NEAR(dominantFrequency(heard.slice(0.4, 1.4)), kVoiceHertz, 3);
+  EXPECT_NEAR(heard.seconds(), kToneSeconds + 1.5, 0.25);
+
+  engine->setStartToneOn(false);
+  stageRecording(sharedTake());
+  engine->stopRecording();
+  EXPECT_NEAR(dominantFrequency(playToOutput(*engine).slice(0.0, 0.2)), kVoiceHertz, 3);
+}
+
+TEST_F(PlaybackTest, ATakePlaysOnceAndAMissingToneIsSkipped) {
+  startTone_ = directory_.path() / "Beep1.m4a";
+  auto engine = makeEngine();
+  engine->setStartToneOn(true);
+  stageRecording(sharedTake());
+  engine->stopRecording();
+  ::testing::internal::CaptureStdout();
+  Signal heard = playToOutput(*engine);
+  engine->play();
+  engine.reset();  // waits for the second play
+  auto log = ::testing::internal::GetCapturedStdout();
+
+  EXPECT_NEAR(dominantFrequency(heard.slice(0.0, 0.2)), kVoiceHertz, 3);
+  EXPECT_THAT(log, HasSubstr("Start tone \"Beep1.m4a\" could not be read"));
+  EXPECT_THAT(log, HasSubstr("Playback started"));
+  EXPECT_THAT(log, HasSubstr("User Error - Audio was not ready for playback"));
+  EXPECT_EQ(notifications_.starts(), 1);
+  EXPECT_EQ(notifications_.failures(), 1);
+}
+
+TEST_F(PlaybackTest, AnUnreadableTakeFailsOnceWhenReadyAndTwiceWhenNot) {
+  auto engine = makeEngine();
+  stageRecording(20000);
+  engine->stopRecording();
+  ::testing::internal::CaptureStdout();
+  engine->play();
+  engine->play();
+  engine.reset();
+  auto log = ::testing::internal::GetCapturedStdout();
+
+  EXPECT_THAT(log, HasSubstr("User Error - Audio file was nil"));
+  // The first play still starts the engine, with nothing to play; the second has no take.
+  EXPECT_EQ(notifications_.starts(), 1);
+  EXPECT_EQ(notifications_.failures(), 3);
+  EXPECT_EQ(std::filesystem::file_size(playback()), 20000u);
+}
+
+TEST_F(PlaybackTest, AnOutputThatCannotOpenKeepsTheTakeReady) {
+  auto engine = makeEngine(kLiveSine, "pulsesink server=unix:/nonexistent/orvane-test-server");
+  stageRecording(sharedTake());
+  engine->stopRecording();
+  ::testing::internal::CaptureStdout();
+  engine->play();
+  engine->play();
+  engine.reset();
+  auto log = ::testing::internal::GetCapturedStdout();
+
+  auto failure = log.find("*** Audio Engine startup Failure: ");
+  ASSERT_NE(failure, std::string::npos);
+  EXPECT_NE(log.find("*** Audio Engine startup Failure: ", failure + 1), std::string::npos)
+      << "the second play tries the same take again";
+  EXPECT_THAT(log, Not(HasSubstr("not ready")));
+  EXPECT_EQ(notifications_.starts(), 0);
+  EXPECT_EQ(notifications_.failures(), 0);
+}
+
+}  // namespace
+}  // namespace audio::testing
