@@ -34,12 +34,14 @@ TEST_F(TakeTest, ARecordedTakeIsMonoAacAt44100AndReplacesTheLastOne) {
   EXPECT_EQ(info->sampleRate, 44100);
   EXPECT_EQ(info->channels, 1);
   EXPECT_NEAR(info->durationSeconds, 1.5, 0.25);
+  EXPECT_NEAR(engine->playbackLength(), info->durationSeconds, 0.001);
 
   ::testing::internal::CaptureStdout();
   stageRecording(10001);
   engine->stopRecording();
   EXPECT_THAT(::testing::internal::GetCapturedStdout(), HasSubstr("Old file deleted"));
   EXPECT_EQ(std::filesystem::file_size(playback()), 10001u);
+  EXPECT_EQ(engine->playbackLength(), 0.0) << "the length is read afresh, and this is no audio";
   EXPECT_EQ(notifications_.failures(), 0);
 }
 
