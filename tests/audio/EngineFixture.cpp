@@ -79,6 +79,14 @@ void EngineFixture::stageRecording(std::size_t bytes) {
   std::ofstream(recording(), std::ios::binary) << std::string(bytes, 'x');
 }
 
+std::string EngineFixture::consoleOf(std::unique_ptr<OrvaneEngine> engine,
+                                     const std::function<void(OrvaneEngine&)>& actions) {
+  ::testing::internal::CaptureStdout();
+  actions(*engine);
+  engine.reset();
+  return ::testing::internal::GetCapturedStdout();
+}
+
 Signal EngineFixture::playToOutput(OrvaneEngine& engine) {
   int startsBefore = notifications_.starts();
   engine.play();

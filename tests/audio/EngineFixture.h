@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -53,6 +54,10 @@ class EngineFixture : public ::testing::Test {
   // Puts `bytes` of `content` where the recorder writes, as if a take had just ended.
   void stageRecording(const std::filesystem::path& content);
   void stageRecording(std::size_t bytes);
+  // What the engine prints while `actions` run on it and until its queued plays have finished;
+  // the engine is gone afterwards.
+  static std::string consoleOf(std::unique_ptr<OrvaneEngine> engine,
+                               const std::function<void(OrvaneEngine&)>& actions);
   // Plays the ready take and returns what reached the output, once it is all there.
   Signal playToOutput(OrvaneEngine& engine);
 

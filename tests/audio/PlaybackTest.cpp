@@ -76,14 +76,12 @@ TEST_F(PlaybackTest, ATakePlaysOnceAndAMissingToneIsSkipped) {
 }
 
 TEST_F(PlaybackTest, AnUnreadableTakeFailsOnceWhenReadyAndTwiceWhenNot) {
-  auto engine = makeEngine();
   stageRecording(20000);
-  engine->stopRecording();
-  ::testing::internal::CaptureStdout();
-  engine->play();
-  engine->play();
-  engine.reset();
-  auto log = ::testing::internal::GetCapturedStdout();
+  auto log = consoleOf(makeEngine(), [](OrvaneEngine& engine) {
+    engine.stopRecording();
+    engine.play();
+    engine.play();
+  });
 
   EXPECT_THAT(log, HasSubstr("User Error - Audio file was nil"));
   // The first play still starts the engine, with nothing to play; the second has no take.
@@ -93,14 +91,13 @@ TEST_F(PlaybackTest, AnUnreadableTakeFailsOnceWhenReadyAndTwiceWhenNot) {
 }
 
 TEST_F(PlaybackTest, AnOutputThatCannotOpenKeepsTheTakeReady) {
-  auto engine = makeEngine(kLiveSine, "pulsesink server=unix:/nonexistent/orvane-test-server");
   stageRecording(sharedTake());
-  engine->stopRecording();
-  ::testing::internal::CaptureStdout();
-  engine->play();
-  engine->play();
-  engine.reset();
-  auto log = ::testing::internal::GetCapturedStdout();
+  auto engine = makeEngine(kLiveSine, "pulsesink server=unix:/nonexistent/orvane-test-server");
+  auto log = consoleOf(std::move(engine), [](OrvaneEngine& engine) {
+    engine.stopRecording();
+    engine.play();
+    engine.play();
+  });
 
   auto failure = log.find("*** Audio Engine startup Failure: ");
   ASSERT_NE(failure, std::string::npos);

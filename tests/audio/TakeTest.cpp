@@ -46,15 +46,12 @@ TEST_F(TakeTest, ARecordedTakeIsMonoAacAt44100AndReplacesTheLastOne) {
 }
 
 TEST_F(TakeTest, ATakeMustBeLongerThan10000Bytes) {
-  auto engine = makeEngine();
   std::ofstream(playback()) << "the last good take";
-
-  ::testing::internal::CaptureStdout();
   stageRecording(10000);
-  engine->stopRecording();
-  engine->play();
-  engine.reset();  // waits for the play on the audio queue
-  auto log = ::testing::internal::GetCapturedStdout();
+  auto log = consoleOf(makeEngine(), [](OrvaneEngine& engine) {
+    engine.stopRecording();
+    engine.play();
+  });
 
   EXPECT_THAT(log, HasSubstr("File size is 10000"));
   // Once for the short take, then twice from play: the old file is no audio, and nothing is ready.
@@ -63,7 +60,7 @@ TEST_F(TakeTest, ATakeMustBeLongerThan10000Bytes) {
   EXPECT_EQ(notifications_.failures(), 3);
   EXPECT_EQ(std::filesystem::file_size(playback()), std::string("the last good take").size());
 
-  engine = makeEngine();
+  auto engine = makeEngine();
   stageRecording(10001);
   engine->stopRecording();
   EXPECT_EQ(std::filesystem::file_size(playback()), 10001u);
@@ -109,14 +106,13 @@ TEST_F(TakeTest, AudioLevelIsTheInputPowerOnASixtyDecibelScale) {
 }
 
 TEST_F(TakeTest, AnInputThatCannotOpenLeavesNoTake) {
-  auto engine = makeEngine("pulsesrc server=unix:/nonexistent/orvane-test-server");
-  ::testing::internal::CaptureStdout();
-  engine->startRecording();
-  EXPECT_EQ(engine->audioLevel(), 0.0);
-  engine->stopRecording();
-  engine->play();
-  engine.reset();
-  auto log = ::testing::internal::GetCapturedStdout();
+  auto log = consoleOf(makeEngine("pulsesrc server=unix:/nonexistent/orvane-test-server"),
+                       [](OrvaneEngine& engine) {
+                         engine.startRecording();
+                         EXPECT_EQ(engine.audioLevel(), 0.0);
+                         engine.stopRecording();
+                         engine.play();
+                       });
 
   EXPECT_THAT(log, HasSubstr("Recording failed: "));
   EXPECT_THAT(log, Not(HasSubstr("File size is")));
