@@ -1,0 +1,54 @@
+#pragma once
+
+#include <pulse/pulseaudio.h>
+
+#include <string>
+
+namespace platform::pulse {
+
+// One look at whether we could record: the default source must exist, must not be the monitor
+// of an output, and must accept a record stream. Lives on the loop's thread, and gives up when
+// the server has not answered within a few seconds.
+class RecordProbe {
+ public:
+  class Listener {
+   public:
+    // Hears the verdict once; may destroy the probe.
+    virtual void probeSettled(RecordProbe& probe, bool granted, std::string why) = 0;
+
+   protected:
+    ~Listener() = default;
+  };
+
+  RecordProbe(pa_mainloop_api* api, Listener& listener);
+  ~RecordProbe();
+  RecordProbe(const RecordProbe&) = delete;
+  RecordProbe& operator=(const RecordProbe&) = delete;
+
+  bool started() const { return context_ != nullptr; }
+  // May settle at once.
+  void start(pa_context* context);
+
+ private:
+  static void sourceFound(pa_context*, const pa_source_info* source, int eol, void* self);
+  static void streamStateChanged(pa_stream* stream, void* self);
+  static void deadlinePassed(pa_mainloop_api*, pa_time_event*, const timeval*, void* self);
+  static void closeWhenSettled(pa_stream* stream, void*);
+
+  void check(const pa_source_info& source);
+  void openStream();
+  void refuseStream();
+  void endLookup();
+  void closeStream();
+  void settle(bool granted, std::string why);
+
+  pa_mainloop_api* api_;
+  Listener& listener_;
+  pa_time_event* deadline_;
+  pa_context* context_ = nullptr;
+  pa_operation* lookup_ = nullptr;
+  pa_stream* stream_ = nullptr;
+  std::string sourceName_;
+};
+
+}  // namespace platform::pulse
