@@ -17,7 +17,6 @@ class AudioPlayerNode : public AudioNode {
   // Plays the file after everything scheduled before it.
   void scheduleFile(const std::shared_ptr<AudioFile>& file);
   void play();
-  bool isPlaying() const { return blockProbe_ == 0; }
 
   AudioFormat outputFormat(int bus) const override;
 
