@@ -11,10 +11,6 @@ class AudioUnitTimePitch : public AudioNode {
 
   // In cents: 1200 is an octave up, -600 half an octave down.
   void setPitch(float cents);
-  float pitch() const { return cents_; }
-
- private:
-  float cents_ = 0.0f;
 };
 
 }  // namespace audio
