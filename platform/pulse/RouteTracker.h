@@ -5,7 +5,7 @@
 
 #include "platform/AudioSession.h"
 #include "platform/pulse/Connection.h"
-#include "platform/pulse/RouteCache.h"
+#include "platform/pulse/LatestAnswer.h"
 
 namespace platform::pulse {
 
@@ -33,7 +33,7 @@ class RouteTracker : public Connection::Client {
                uint32_t sinkIndex = PA_INVALID_INDEX);
 
   const void* session_;
-  RouteCache cache_;
+  LatestAnswer<AudioSessionRouteDescription, std::string> cache_;
   uint32_t sinkIndex_ = PA_INVALID_INDEX;
 };
 
