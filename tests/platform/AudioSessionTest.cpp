@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <future>
 #include <mutex>
@@ -12,6 +11,7 @@
 #include <regex>
 
 #include "Eventually.h"
+#include "PrivateServer.h"
 #include "TemporaryDirectory.h"
 #include "foundation/NotificationCenter.h"
 #include "platform/AudioSession.h"
@@ -23,22 +23,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using foundation::eventually;
-
-std::string run(const std::string& command) {
-  std::string output;
-  FILE* pipe = popen(("LC_ALL=C " + command + " 2>&1").c_str(), "r");
-  char chunk[4096];
-  while (std::size_t read = std::fread(chunk, 1, sizeof chunk, pipe))
-    output.append(chunk, read);
-  EXPECT_EQ(pclose(pipe), 0) << command << ": " << output;
-  while (!output.empty() && output.back() == '\n')
-    output.pop_back();
-  return output;
-}
-
-std::string pactl(const std::string& arguments) {
-  return run("pactl " + arguments);
-}
 
 std::string sinkDescription(const std::string& sink) {
   std::smatch match;
