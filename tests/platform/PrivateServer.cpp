@@ -1,7 +1,8 @@
 #include "PrivateServer.h"
 
+#include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -89,11 +90,22 @@ void PrivateServerTest::unloadModule(const std::string& module) {
   std::erase(modules_, module);
 }
 
+// The stream must not outlive a test that crashes: it would keep playing into the shared server
+// and hold the test's output open, so ctest would wait for it.
 void PrivateServerTest::startStream() {
-  const char* arguments[] = {"pacat", "--playback", "/dev/zero", nullptr};
-  pid_t stream = 0;
-  ASSERT_EQ(
-      posix_spawnp(&stream, "pacat", nullptr, nullptr, const_cast<char**>(arguments), environ), 0);
+  const pid_t test = ::getpid();
+  const pid_t stream = ::fork();
+  ASSERT_GE(stream, 0);
+  if (stream == 0) {
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() != test)
+      ::_exit(1);
+    const int quiet = ::open("/dev/null", O_WRONLY);
+    ::dup2(quiet, STDOUT_FILENO);
+    ::dup2(quiet, STDERR_FILENO);
+    ::execlp("pacat", "pacat", "--playback", "/dev/zero", nullptr);
+    ::_exit(127);
+  }
   streams_.push_back(stream);
 }
 

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform {
+
+struct RouteListPort {
+  std::string name;         // the driver's, e.g. "analog-output-headphones"
+  std::string description;  // the person's, e.g. "Headphones"
+  bool available = true;    // false when the driver knows nothing is plugged in
+
+  bool operator==(const RouteListPort&) const = default;
+};
+
+// One output of the sound server: a sink with its ports.
+struct RouteListEntry {
+  std::string name;         // the sink's name on the server, stable across restarts
+  std::string description;  // the person's name for the device
+  std::string portName;     // what the route is called on screen (see RouteNaming.h)
+  std::vector<RouteListPort> ports;
+  std::string activePort;  // empty on sinks without ports (virtual ones)
+  bool isDefault = false;
+
+  bool operator==(const RouteListEntry&) const = default;
+};
+
+// The outputs a person can choose between, for the route picker: the server's sinks, the
+// current default among them, and the choice of another. Talks to the sound server on a thread
+// of its own.
+class RouteList {
+ public:
+  // Posted through the default notification centre, with the list as object, whenever a sink
+  // comes, goes or changes, or the default moves. Observers run on the list's thread.
+  static constexpr std::string_view kRoutesChangedNotification = "OrvaneRouteListChanged";
+
+  static RouteList& sharedInstance();
+
+  // An empty address means the user's own server ($PULSE_SERVER or the default).
+  explicit RouteList(std::string serverAddress = {});
+  // Stops the list's thread; not to be called from its own observers or completions.
+  ~RouteList();
+  RouteList(const RouteList&) = delete;
+  RouteList& operator=(const RouteList&) = delete;
+
+  // The sinks in the server's order; none while there is no server. Only the first call may
+  // wait (about a second) for the server's first answer.
+  std::vector<RouteListEntry> routes() const;
+
+  // Makes the sink the default output, switches it to `port` when one is named, and moves every
+  // playing stream to it. The completion, if any, runs once with whether the server accepted
+  // all of it, never inside this call: on the list's thread, or, refused, on the thread
+  // destroying the list while the choice is still open. A refusal is also logged.
+  void choose(const std::string& sinkName, const std::string& port = {},
+              std::function<void(bool accepted)> completion = {});
+
+ private:
+  class Connection;
+  std::unique_ptr<Connection> connection_;
+};
+
+}  // namespace platform

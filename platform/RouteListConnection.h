@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/RouteList.h"
+#include "platform/pulse/Connection.h"
+#include "platform/pulse/SinkDirectory.h"
+#include "platform/pulse/SwitchDesk.h"
+
+namespace platform {
+
+// The list's link to the sound server, with the sinks it follows and the choices it carries out.
+class RouteList::Connection {
+ public:
+  Connection(std::string address, const void* list);
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  std::vector<RouteListEntry> routes() { return sinks_.current(); }
+  void choose(std::string sink, std::string port, std::function<void(bool accepted)> completion) {
+    switches_.request(std::move(sink), std::move(port), std::move(completion));
+  }
+
+ private:
+  pulse::Connection server_;
+  pulse::SinkDirectory sinks_;
+  pulse::SwitchDesk switches_;
+};
+
+}  // namespace platform
