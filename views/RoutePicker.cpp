@@ -1,0 +1,87 @@
+#include "views/RoutePicker.h"
+
+#include <QDialogButtonBox>
+#include <QListWidget>
+#include <QVBoxLayout>
+
+#include "foundation/NotificationCenter.h"
+#include "platform/RouteList.h"
+
+namespace views {
+namespace {
+
+constexpr int kSinkRole = Qt::UserRole;
+constexpr int kPortRole = Qt::UserRole + 1;
+
+std::vector<const platform::RouteListPort*> availablePorts(const platform::RouteListEntry& route) {
+  std::vector<const platform::RouteListPort*> ports;
+  for (const auto& port : route.ports)
+    if (port.available)
+      ports.push_back(&port);
+  return ports;
+}
+
+QListWidgetItem* addItem(QListWidget* list, const QString& text,
+                         const platform::RouteListEntry& route, const std::string& port) {
+  auto* item = new QListWidgetItem(text, list);
+  item->setData(kSinkRole, QString::fromStdString(route.name));
+  item->setData(kPortRole, QString::fromStdString(port));
+  return item;
+}
+
+}  // namespace
+
+RoutePicker::RoutePicker(platform::RouteList& routes, QWidget* parent)
+    : QDialog(parent), routes_(routes), list_(new QListWidget(this)) {
+  setWindowTitle(tr("Output"));
+  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  connect(list_, &QListWidget::itemActivated, this, &RoutePicker::choose);
+  connect(list_, &QListWidget::itemClicked, this, &RoutePicker::choose);
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(list_);
+  layout->addWidget(buttons);
+  // The list's observers run on its own thread; the widgets are touched on ours.
+  foundation::NotificationCenter::defaultCenter().addObserver(
+      std::string(platform::RouteList::kRoutesChangedNotification), this,
+      [this](const foundation::Notification&) {
+        QMetaObject::invokeMethod(this, &RoutePicker::showRoutes, Qt::QueuedConnection);
+      },
+      &routes_);
+  showRoutes();
+}
+
+RoutePicker::~RoutePicker() {
+  foundation::NotificationCenter::defaultCenter().removeObserver(this);
+}
+
+// A sink with several usable ports (speakers and headphones of one card) is one choice a port.
+void RoutePicker::showRoutes() {
+  list_->clear();
+  for (const auto& route : routes_.routes()) {
+    const auto ports = availablePorts(route);
+    if (ports.size() < 2) {
+      auto* item = addItem(list_, QString::fromStdString(route.description), route, {});
+      item->setSelected(route.isDefault);
+      continue;
+    }
+    for (const auto* port : ports) {
+      const QString text = tr("%1 (%2)").arg(QString::fromStdString(port->description),
+                                             QString::fromStdString(route.description));
+      auto* item = addItem(list_, text, route, port->name);
+      item->setSelected(route.isDefault && port->name == route.activePort);
+    }
+  }
+  if (list_->count() == 0)
+    new QListWidgetItem(tr("No outputs found"), list_);
+}
+
+void RoutePicker::choose(const QListWidgetItem* item) {
+  const QString sink = item->data(kSinkRole).toString();
+  if (sink.isEmpty())
+    return;
+  routes_.choose(sink.toStdString(), item->data(kPortRole).toString().toStdString());
+  accept();
+}
+
+}  // namespace views
