@@ -5,8 +5,8 @@
 
 #include "platform/AudioSession.h"
 #include "platform/pulse/Connection.h"
-#include "platform/pulse/PermissionDesk.h"
 #include "platform/pulse/RouteTracker.h"
+#include "platform/pulse/TaskDesk.h"
 
 namespace platform {
 
@@ -20,14 +20,12 @@ class AudioSession::Connection {
   Connection& operator=(const Connection&) = delete;
 
   AudioSessionRouteDescription route() { return routes_.current(); }
-  void requestRecordPermission(std::function<void(bool granted)> completion) {
-    permissions_.request(std::move(completion));
-  }
+  void requestRecordPermission(std::function<void(bool granted)> completion);
 
  private:
   pulse::Connection server_;
   pulse::RouteTracker routes_;
-  pulse::PermissionDesk permissions_;
+  pulse::TaskDesk permissions_;
 };
 
 }  // namespace platform

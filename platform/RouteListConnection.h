@@ -7,7 +7,7 @@
 #include "platform/RouteList.h"
 #include "platform/pulse/Connection.h"
 #include "platform/pulse/SinkDirectory.h"
-#include "platform/pulse/SwitchDesk.h"
+#include "platform/pulse/TaskDesk.h"
 
 namespace platform {
 
@@ -20,14 +20,12 @@ class RouteList::Connection {
   Connection& operator=(const Connection&) = delete;
 
   std::vector<RouteListEntry> routes() { return sinks_.current(); }
-  void choose(std::string sink, std::string port, std::function<void(bool accepted)> completion) {
-    switches_.request(std::move(sink), std::move(port), std::move(completion));
-  }
+  void choose(std::string sink, std::string port, std::function<void(bool accepted)> completion);
 
  private:
   pulse::Connection server_;
   pulse::SinkDirectory sinks_;
-  pulse::SwitchDesk switches_;
+  pulse::TaskDesk switches_;
 };
 
 }  // namespace platform

@@ -103,7 +103,7 @@ void OutputSwitch::track(pa_operation* operation) {
 }
 
 void OutputSwitch::settle(bool accepted, std::string why) {
-  listener_.switchSettled(*this, accepted, std::move(why));
+  listener_.taskSettled(*this, accepted, std::move(why));
 }
 
 }  // namespace platform::pulse

@@ -5,32 +5,23 @@
 #include <string>
 #include <vector>
 
+#include "platform/pulse/ServerTask.h"
+
 namespace platform::pulse {
 
 // One choice of output, carried out on the loop's thread: the sink becomes the default, takes
 // the named port, and receives every playing stream, in that order, each step only after the
 // one before it succeeded. Gives up when the server has not answered within a few seconds.
-class OutputSwitch {
+class OutputSwitch : public ServerTask {
  public:
-  class Listener {
-   public:
-    // Hears the outcome once; may destroy the switch.
-    virtual void switchSettled(OutputSwitch& change, bool accepted, std::string why) = 0;
-
-   protected:
-    ~Listener() = default;
-  };
-
   // An empty port leaves the sink's port as it is.
   OutputSwitch(pa_mainloop_api* api, Listener& listener, std::string sink, std::string port);
-  ~OutputSwitch();
+  ~OutputSwitch() override;
   OutputSwitch(const OutputSwitch&) = delete;
   OutputSwitch& operator=(const OutputSwitch&) = delete;
 
-  const std::string& sink() const { return sink_; }
-  bool started() const { return context_ != nullptr; }
-  // May settle at once.
-  void start(pa_context* context);
+  bool started() const override { return context_ != nullptr; }
+  void start(pa_context* context) override;
 
  private:
   static void defaultSet(pa_context* context, int success, void* self);

@@ -114,7 +114,7 @@ void RecordProbe::closeStream() {
 }
 
 void RecordProbe::settle(bool granted, std::string why) {
-  listener_.probeSettled(*this, granted, std::move(why));
+  listener_.taskSettled(*this, granted, std::move(why));
 }
 
 }  // namespace platform::pulse

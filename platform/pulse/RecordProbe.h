@@ -4,30 +4,22 @@
 
 #include <string>
 
+#include "platform/pulse/ServerTask.h"
+
 namespace platform::pulse {
 
 // One look at whether we could record: the default source must exist, must not be the monitor
 // of an output, and must accept a record stream. Lives on the loop's thread, and gives up when
 // the server has not answered within a few seconds.
-class RecordProbe {
+class RecordProbe : public ServerTask {
  public:
-  class Listener {
-   public:
-    // Hears the verdict once; may destroy the probe.
-    virtual void probeSettled(RecordProbe& probe, bool granted, std::string why) = 0;
-
-   protected:
-    ~Listener() = default;
-  };
-
   RecordProbe(pa_mainloop_api* api, Listener& listener);
-  ~RecordProbe();
+  ~RecordProbe() override;
   RecordProbe(const RecordProbe&) = delete;
   RecordProbe& operator=(const RecordProbe&) = delete;
 
-  bool started() const { return context_ != nullptr; }
-  // May settle at once.
-  void start(pa_context* context);
+  bool started() const override { return context_ != nullptr; }
+  void start(pa_context* context) override;
 
  private:
   static void sourceFound(pa_context*, const pa_source_info* source, int eol, void* self);
