@@ -25,16 +25,15 @@ struct Press {
 };
 
 std::vector<Press> everyWayToPress() {
-  const auto key = [](Qt::Key which) {
-    return Press{QTest::toString(which),
-                 [which](CircleButton& button) { QTest::keyPress(&button, which); },
+  const auto key = [](Qt::Key which, const char* name) {
+    return Press{name, [which](CircleButton& button) { QTest::keyPress(&button, which); },
                  [which](CircleButton& button) { QTest::keyRelease(&button, which); }};
   };
   return {{"mouse", [](CircleButton& button) { QTest::mousePress(&button, Qt::LeftButton); },
            [](CircleButton& button) { QTest::mouseRelease(&button, Qt::LeftButton); }},
-          key(Qt::Key_Space),
-          key(Qt::Key_Return),
-          key(Qt::Key_Enter)};
+          key(Qt::Key_Space, "Space"),
+          key(Qt::Key_Return, "Return"),
+          key(Qt::Key_Enter, "Enter")};
 }
 
 class CircleButtonTest : public testing::Test {
