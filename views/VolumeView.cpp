@@ -3,6 +3,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QToolButton>
+#include <algorithm>
 
 #include "foundation/NotificationCenter.h"
 #include "platform/RouteList.h"
