@@ -4,6 +4,7 @@
 #include <QString>
 #include <filesystem>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,11 @@
 #include "platform/RouteList.h"
 #include "platform/SystemVolume.h"
 #include "views/CircleButton.h"
+
+// Readable failure messages for texts of the screen.
+inline void PrintTo(const QString& text, std::ostream* stream) {
+  *stream << '"' << text.toStdString() << '"';
+}
 
 namespace app::testing {
 
