@@ -95,40 +95,44 @@ void CircleButton::resizeEvent(QResizeEvent* event) {
   setNeedsLayout();
 }
 
+void CircleButton::startTracking(Tracking tracking) {
+  tracking_ = tracking;
+  beginTracking();
+  setNeedsLayout();
+  emit touchDown();
+}
+
+void CircleButton::finishTracking() {
+  tracking_ = Tracking::None;
+  endTracking();
+  setNeedsLayout();
+  emit touchUp();
+}
+
 void CircleButton::mousePressEvent(QMouseEvent* event) {
   if (tracking_ == Tracking::None && event->button() == Qt::LeftButton &&
-      hitButton(event->position().toPoint())) {
-    tracking_ = Tracking::Pointer;
-    beginTracking();
-    setNeedsLayout();
-  }
+      hitButton(event->position().toPoint()))
+    startTracking(Tracking::Pointer);
   QAbstractButton::mousePressEvent(event);
 }
 
 void CircleButton::mouseReleaseEvent(QMouseEvent* event) {
-  if (tracking_ == Tracking::Pointer && event->button() == Qt::LeftButton) {
-    tracking_ = Tracking::None;
-    endTracking();
-    setNeedsLayout();
-  }
+  if (tracking_ == Tracking::Pointer && event->button() == Qt::LeftButton)
+    finishTracking();
   QAbstractButton::mouseReleaseEvent(event);
 }
 
 void CircleButton::keyPressEvent(QKeyEvent* event) {
   if (!isPressKey(event) || tracking_ != Tracking::None)
     return QAbstractButton::keyPressEvent(event);
-  tracking_ = Tracking::Key;
-  beginTracking();
-  setNeedsLayout();
+  startTracking(Tracking::Key);
   forwardKey(event);
 }
 
 void CircleButton::keyReleaseEvent(QKeyEvent* event) {
   if (!isPressKey(event) || tracking_ != Tracking::Key)
     return QAbstractButton::keyReleaseEvent(event);
-  tracking_ = Tracking::None;
-  endTracking();
-  setNeedsLayout();
+  finishTracking();
   forwardKey(event);
 }
 
@@ -136,11 +140,8 @@ void CircleButton::keyReleaseEvent(QKeyEvent* event) {
 // reports a release, and the press ends as a release would end it, so a hold-to-talk button
 // never stays held.
 void CircleButton::focusOutEvent(QFocusEvent* event) {
-  if (tracking_ == Tracking::Key) {
-    tracking_ = Tracking::None;
-    endTracking();
-    setNeedsLayout();
-  }
+  if (tracking_ == Tracking::Key)
+    finishTracking();
   QAbstractButton::focusOutEvent(event);
 }
 
@@ -178,7 +179,9 @@ void CircleButton::paintContent(QPainter& painter) {
     icon().paint(&painter, place, Qt::AlignCenter, isEnabled() ? QIcon::Normal : QIcon::Disabled);
   }
   if (!text().isEmpty()) {
-    painter.setPen(palette().color(QPalette::ButtonText));
+    // Dark over the lit fill, so the title stays readable while the button is held.
+    const bool overLight = fillColor_.alphaF() * fillColor_.lightnessF() > 0.5;
+    painter.setPen(overLight ? QColor(Qt::black) : palette().color(QPalette::ButtonText));
     painter.drawText(rect(), Qt::AlignCenter, text());
   }
 }

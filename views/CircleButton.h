@@ -46,6 +46,13 @@ class CircleButton : public QAbstractButton {
 
   QSize sizeHint() const override;
 
+ signals:
+  // A press began or ended, whatever the input device and wherever the pointer was lifted:
+  // exactly one touchUp follows each touchDown. Unlike pressed()/released(), a drag out of the
+  // button and back in does not end the press.
+  void touchDown();
+  void touchUp();
+
  protected:
   // The start and end of a press, whatever the input device.
   virtual void beginTracking();
@@ -64,6 +71,8 @@ class CircleButton : public QAbstractButton {
   enum class Tracking { None, Pointer, Key };
 
   void initialise();
+  void startTracking(Tracking tracking);
+  void finishTracking();
   void forwardKey(QKeyEvent* event);
   void paintContent(QPainter& painter);
 

@@ -1,5 +1,7 @@
 #include "views/VolumeSlider.h"
 
+#include <QPainter>
+#include <QStyleOptionSlider>
 #include <algorithm>
 #include <cmath>
 
@@ -7,6 +9,7 @@ namespace views {
 namespace {
 
 constexpr int kSteps = 1000;
+constexpr double kTrackThickness = 3.0;
 
 }  // namespace
 
@@ -29,6 +32,29 @@ void VolumeSlider::setMinimumTrackTintColor(const QColor& color) {
   QPalette tinted = palette();
   tinted.setColor(QPalette::Highlight, color);
   setPalette(tinted);
+}
+
+void VolumeSlider::paintEvent(QPaintEvent*) {
+  QStyleOptionSlider option;
+  initStyleOption(&option);
+  const QRect handle =
+      style()->subControlRect(QStyle::CC_Slider, &option, QStyle::SC_SliderHandle, this);
+  const double radius = std::min(handle.width(), handle.height()) * 0.5;
+  const QPointF knob = QRectF(handle).center();
+  const double left = radius;
+  const double right = width() - radius;
+
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(
+      QPen(palette().color(QPalette::Mid), kTrackThickness, Qt::SolidLine, Qt::RoundCap));
+  painter.drawLine(QPointF(knob.x(), knob.y()), QPointF(right, knob.y()));
+  painter.setPen(
+      QPen(palette().color(QPalette::Highlight), kTrackThickness, Qt::SolidLine, Qt::RoundCap));
+  painter.drawLine(QPointF(left, knob.y()), QPointF(knob.x(), knob.y()));
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(isEnabled() ? QColor(Qt::white) : palette().color(QPalette::Mid));
+  painter.drawEllipse(knob, radius, radius);
 }
 
 }  // namespace views

@@ -98,15 +98,20 @@ TEST_F(CircleButtonTest, ASelectableButtonStaysLitWhileSelected) {
 // A release outside still ends the press; only a release inside is a click.
 TEST_F(CircleButtonTest, EveryPressIsOneReleaseWhereverThePointerGoes) {
   QSignalSpy clicks(&button, &CircleButton::clicked);
+  QSignalSpy touchDowns(&button, &CircleButton::touchDown);
+  QSignalSpy touchUps(&button, &CircleButton::touchUp);
   QTest::mousePress(&button, Qt::LeftButton, {}, QPoint(30, 30));
   QTest::mouseMove(&button, QPoint(200, 30));
   QTest::mouseMove(&button, QPoint(30, 30));
   QTest::mouseMove(&button, QPoint(200, 30));
   EXPECT_TRUE(button.isDepressed());
+  EXPECT_EQ(touchUps.count(), 0);
   QTest::mouseRelease(&button, Qt::LeftButton, {}, QPoint(200, 30));
   EXPECT_FALSE(button.isDepressed());
   EXPECT_TRUE(button.isSelected());
   EXPECT_EQ(clicks.count(), 0);
+  EXPECT_EQ(touchDowns.count(), 1);
+  EXPECT_EQ(touchUps.count(), 1);
   QTest::mouseClick(&button, Qt::LeftButton);
   EXPECT_FALSE(button.isSelected());
   EXPECT_EQ(clicks.count(), 1);
@@ -114,6 +119,8 @@ TEST_F(CircleButtonTest, EveryPressIsOneReleaseWhereverThePointerGoes) {
 
 TEST_F(CircleButtonTest, AKeyHeldWhileFocusLeavesIsReleased) {
   QSignalSpy releases(&button, &CircleButton::released);
+  QSignalSpy touchDowns(&button, &CircleButton::touchDown);
+  QSignalSpy touchUps(&button, &CircleButton::touchUp);
   button.setFocus();
   QTest::keyPress(&button, Qt::Key_Space);
   QKeyEvent repeat(QEvent::KeyPress, Qt::Key_Space, {}, QStringLiteral(" "), true);
@@ -121,6 +128,8 @@ TEST_F(CircleButtonTest, AKeyHeldWhileFocusLeavesIsReleased) {
   QFocusEvent focusLost(QEvent::FocusOut, Qt::ActiveWindowFocusReason);
   QCoreApplication::sendEvent(&button, &focusLost);
   EXPECT_EQ(releases.count(), 1);
+  EXPECT_EQ(touchDowns.count(), 1) << "auto-repeat is not another press";
+  EXPECT_EQ(touchUps.count(), 1);
   EXPECT_FALSE(button.isDepressed());
   EXPECT_TRUE(button.isSelected());
 }

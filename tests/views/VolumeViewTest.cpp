@@ -7,7 +7,7 @@
 #include <QToolButton>
 #include <regex>
 
-#include "Eventually.h"
+#include "EventuallyShown.h"
 #include "PrivateServer.h"
 #include "views/RoutePicker.h"
 #include "views/TarnwickVolumeView.h"
@@ -18,15 +18,6 @@ namespace views {
 namespace {
 
 using platform::pactl;
-
-// Waits with the event loop running, since the view hears of the server through it.
-bool eventuallyShown(const std::function<bool()>& condition) {
-  return foundation::eventually([&] {
-    QCoreApplication::processEvents();
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    return condition();
-  });
-}
 
 int defaultSinkPercent() {
   std::smatch match;

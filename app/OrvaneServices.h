@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace audio {
+class OrvaneEngine;
+}
+namespace platform {
+class AudioSession;
+class RouteList;
+class SystemVolume;
+}  // namespace platform
+
+namespace app {
+
+// What the main screen talks to besides its own widgets: the sound server's facades and a way
+// to make the engine. The application uses the shared ones; tests give their own.
+struct OrvaneServices {
+  platform::AudioSession& session;
+  platform::SystemVolume& volume;
+  platform::RouteList& routes;
+  std::function<std::shared_ptr<audio::OrvaneEngine>()> makeEngine;
+
+  static OrvaneServices shared();
+};
+
+}  // namespace app

@@ -1,0 +1,475 @@
+#include "app/OrvaneVC.h"
+
+#include <QLocale>
+#include <QMessageBox>
+#include <QParallelAnimationGroup>
+#include <QPropertyAnimation>
+#include <QShowEvent>
+#include <QTimer>
+#include <QVariantAnimation>
+#include <cmath>
+#include <limits>
+
+#include "app/Alert.h"
+#include "app/SoundSettings.h"
+#include "audio/OrvaneEngine.h"
+#include "foundation/Console.h"
+#include "foundation/NotificationCenter.h"
+#include "platform/AudioSession.h"
+#include "platform/SystemVolume.h"
+#include "ui_OrvaneVC.h"
+#include "views/DisplayLink.h"
+#include "views/VolumeView.h"
+
+namespace app {
+namespace {
+
+using audio::PlaybackEffects;
+using foundation::Console;
+using foundation::NotificationCenter;
+
+constexpr int kWaveAnimationMilliseconds = 200;
+constexpr double kDemoLevel = 0.4;
+constexpr float kDemoVolume = 0.7f;
+// How long the window must keep its size before the screen is laid out anew for it.
+constexpr int kResizeSettleMilliseconds = 100;
+
+// The route label's two faces. Where Helvetica Neue is not installed, fontconfig gives the
+// nearest sans-serif face.
+QFont routeLabelFont(QFont::Weight weight, int pixelSize) {
+  QFont font(QStringLiteral("Helvetica Neue"));
+  font.setStyleHint(QFont::SansSerif);
+  font.setWeight(weight);
+  font.setPixelSize(pixelSize);
+  return font;
+}
+
+QFont regularRouteFont() {  // "HelveticaNeue-Regular", 24
+  return routeLabelFont(QFont::Normal, 24);
+}
+
+QFont lightRouteFont() {  // "HelveticaNeue-Light", 48
+  return routeLabelFont(QFont::Light, 48);
+}
+
+QPixmap imageNamed(const char* name) {
+  return QPixmap(QStringLiteral(":/images/%1.png").arg(QLatin1String(name)));
+}
+
+// The last direct child of the given kind, as the phone's volume view is searched.
+template <typename Child>
+Child* lastChildOfKind(const QWidget& parent) {
+  const auto children = parent.findChildren<Child*>(Qt::FindDirectChildrenOnly);
+  return children.isEmpty() ? nullptr : children.last();
+}
+
+template <typename Value>
+const Value& required(const std::optional<Value>& value, const char* name) {
+  if (!value)
+    qFatal("OrvaneVC: %s is used before the screen has measured it", name);
+  return *value;
+}
+
+template <typename Pointer>
+Pointer required(Pointer pointer, const char* name) {
+  if (!pointer)
+    qFatal("OrvaneVC: %s is missing", name);
+  return pointer;
+}
+
+struct HoldDownTexts {
+  QString title;
+  QString message;
+  QString dismiss;
+};
+
+// Looked up once, the first time the alert is needed.
+const HoldDownTexts& holdDownTexts() {
+  static const HoldDownTexts texts{
+      //: Alert Title when user is not useing the talk button properly
+      OrvaneVC::tr("Hold Down Talk Button"),
+      //: Alert message when user is not useing the talk button properly
+      OrvaneVC::tr("In order to broadcast a message, hold down the Talk button until you have "
+                   "finished speaking."),
+      //: Button title to dismiss Hold Down Talk Button alert.
+      OrvaneVC::tr("OK"),
+  };
+  return texts;
+}
+
+}  // namespace
+
+OrvaneVC::OrvaneVC(OrvaneServices services, QWidget* parent, bool demoMode)
+    : QWidget(parent),
+      demoMode_(demoMode),
+      services_(std::move(services)),
+      ui_(std::make_unique<Ui::OrvaneVC>()),
+      // One command at a time, in the order sent: a release's stop must never overtake the
+      // start of the recording it ends.
+      audioQ_("OrvaneVC.audioQ", foundation::QualityOfService::Background),
+      resizeSettled_(new QTimer(this)) {
+  ui_->setupUi(this);
+  routeStripHeight_ = ui_->routeLabel->height();
+  resizeSettled_->setSingleShot(true);
+  resizeSettled_->setInterval(kResizeSettleMilliseconds);
+  connect(resizeSettled_, &QTimer::timeout, this, &OrvaneVC::didResize);
+  connectActions();
+  viewDidLoad();
+}
+
+OrvaneVC::~OrvaneVC() {
+  NotificationCenter::defaultCenter().removeObserver(this);
+}
+
+void OrvaneVC::connectActions() {
+  using views::CircleButton;
+  connect(ui_->talkButton, &CircleButton::touchDown, this, &OrvaneVC::talkPressedDown);
+  connect(ui_->talkButton, &CircleButton::touchUp, this, &OrvaneVC::talkTouchUp);
+  connect(ui_->effectButton, &CircleButton::clicked, this, &OrvaneVC::voiceEffectPressed);
+  connect(ui_->routeButton, &CircleButton::clicked, this, &OrvaneVC::airplayPressed);
+  // Every release toggles the tone button, inside or not, so every release sets the tone.
+  connect(ui_->toneButton, &CircleButton::touchUp, this, [this] { tonePressed(*ui_->toneButton); });
+  ui_->toneButton->setSelectable(true);
+}
+
+audio::OrvaneEngine& OrvaneVC::engine() const {
+  return *required(orvane_.get(), "the engine");
+}
+
+std::function<void()> OrvaneVC::onMainQueue(std::function<void()> work) const {
+  return [alive = std::weak_ptr<void>(lifetime_), work = std::move(work)] {
+    foundation::DispatchQueue::main().async([alive, work] {
+      if (alive.lock())
+        work();
+    });
+  };
+}
+
+// ---- The talk cycle ----
+
+void OrvaneVC::talkPressedDown() {
+  talkHeld_ = true;
+  auto granted = onMainQueue([this] { enterRecordingState(); });
+  auto refused = onMainQueue([this] { presentMicrophoneAlert(); });
+  services_.session.requestRecordPermission(
+      [granted, refused](bool isGranted) { isGranted ? granted() : refused(); });
+}
+
+// An answer that comes after the button is up belongs to a press that is over: recording then
+// would leave the microphone open with nobody holding Talk.
+void OrvaneVC::enterRecordingState() {
+  if (!talkHeld_)
+    return;
+  audioQ_.async([engine = orvane_] { engine->startRecording(); });
+  recording_ = true;
+  ui_->playbackProgressView->setProgress(0, true);
+  showWaveFormView();
+  auto* master = required(masterVolumeSlider_, "masterVolumeSlider");
+  master->setHidden(true);
+  ui_->volumeSlider->setHidden(false);
+  ui_->volumeSlider->setFraction(master->fraction());
+  ui_->volumeSlider->raise();
+  NotificationCenter::defaultCenter().removeObserver(this);
+}
+
+void OrvaneVC::presentMicrophoneAlert() {
+  presentAlert(
+      this, QStringLiteral("Microphone"),
+      QStringLiteral("Orvane needs microphone access to work. Please allow microphone "
+                     "access from Settings -> Privacy -> Microphone."),
+      {{QStringLiteral("OK"), AlertActionStyle::Default, {}},
+       {QStringLiteral("Settings"), AlertActionStyle::Cancel, [](const AlertAction& action) {
+          if (action.style == AlertActionStyle::Cancel && !SoundSettings().open())
+            Console::line("No sound settings or mixer found to open");
+        }}});
+}
+
+void OrvaneVC::talkTouchUp() {
+  talkHeld_ = false;
+  hideWaveFormView();
+  registerForNotifications();
+  auto showMasterSlider = onMainQueue([this] {
+    auto* master = required(masterVolumeSlider_, "masterVolumeSlider");
+    const QSignalBlocker displayOnly(master);
+    master->setFraction(ui_->volumeSlider->fraction());
+    master->setHidden(false);
+    ui_->volumeSlider->setHidden(true);
+  });
+  audioQ_.async([engine = orvane_, showMasterSlider] {
+    engine->stopRecording();
+    engine->play();
+    showMasterSlider();
+  });
+}
+
+void OrvaneVC::registerForNotifications() {
+  auto& center = NotificationCenter::defaultCenter();
+  center.removeObserver(this);  // observers are never doubled
+  auto showRoute = onMainQueue([this] { displayAudioRoute(); });
+  // The volume view moves its slider on the main queue too, perhaps after this observer's hop
+  // has been queued; hopping twice reads the slider once it has moved.
+  auto showVolume = onMainQueue([this] { onMainQueue([this] { updateMasterVolumeLabel(); })(); });
+  center.addObserver(std::string(platform::AudioSession::kRouteChangeNotification), this,
+                     [showRoute](const foundation::Notification&) { showRoute(); });
+  center.addObserver(std::string(platform::SystemVolume::kVolumeChangeNotification), this,
+                     [showVolume](const foundation::Notification&) { showVolume(); });
+  auto startProgress = onMainQueue([this] { startProgressBar(); });
+  auto reset = onMainQueue([this] { scheduleOrvaneReset(); });
+  center.addObserver(audio::OrvaneEngine::playbackStartedNotificationName(), this,
+                     [startProgress](const foundation::Notification&) { startProgress(); });
+  center.addObserver(std::string(audio::OrvaneEngine::kPlaybackFailedNotification), this,
+                     [reset](const foundation::Notification&) { reset(); });
+}
+
+void OrvaneVC::scheduleOrvaneReset() {
+  resetOrvane();
+  presentHoldDownAlert();
+}
+
+// One failed release can report more than one failure; the person sees one alert for it.
+void OrvaneVC::presentHoldDownAlert() {
+  if (holdDownAlert_)
+    return;
+  const HoldDownTexts& texts = holdDownTexts();
+  holdDownAlert_ =
+      presentAlert(this, texts.title, texts.message,
+                   {{texts.dismiss, AlertActionStyle::Default, [this](const AlertAction& action) {
+                       if (action.style == AlertActionStyle::Default)
+                         resetOrvane();
+                     }}});
+}
+
+void OrvaneVC::resetOrvane() {
+  hideWaveFormView();
+  ui_->playbackProgressView->setProgress(0, false);
+  audioQ_.async([engine = orvane_] { engine->reset(); });
+}
+
+void OrvaneVC::updateMeters() {
+  ui_->waveFormView->updateWithLevel(demoMode_ ? kDemoLevel : engine().audioLevel());
+}
+
+void OrvaneVC::startProgressBar() {
+  ui_->playbackProgressView->setProgress(0, false);
+  ui_->playbackProgressView->animateProgress(1.0f, engine().playbackLength());
+}
+
+// A tick of a 0.1 s progress timer; nothing starts one at present.
+void OrvaneVC::updateProgressBar() {
+  const float progress = ui_->playbackProgressView->progress();
+  const float increment = static_cast<float>(0.1 / engine().playbackLength());
+  ui_->playbackProgressView->setProgress(progress + increment, true);
+  if (progress + increment > 1.0f && progressTimer_) {
+    progressTimer_->stop();
+    progressTimer_ = nullptr;
+  }
+}
+
+// ---- Set-up and the controls ----
+
+// The engine takes a while to build its graphs; Talk is enabled once it is there.
+void OrvaneVC::viewDidLoad() {
+  ui_->talkButton->setEnabled(false);
+  auto made = std::make_shared<std::shared_ptr<audio::OrvaneEngine>>();
+  auto arrive = onMainQueue([this, made] {
+    orvane_ = *made;
+    ui_->talkButton->setEnabled(true);
+    ui_->talkButton->setFocus();
+  });
+  audioQ_.async([makeEngine = services_.makeEngine, made, arrive] {
+    *made = makeEngine();
+    arrive();
+  });
+}
+
+void OrvaneVC::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  if (!event->spontaneous()) {
+    layOutDisplayArea();
+    viewDidAppear();
+  }
+}
+
+void OrvaneVC::viewDidAppear() {
+  displayAudioRoute();
+  setupAirplayButton();
+  setupWaveFormView();
+  routeLabelFrame_ = ui_->routeLabel->geometry();
+  setupVolumeSlider();
+  registerForNotifications();
+  if (ui_->routeLabel->text() == QLatin1String("Speaker"))
+    required(masterAirplayButton_, "masterAirplayButton")->click();
+  if (demoMode_) {
+    ui_->volumeSlider->setHidden(false);
+    ui_->volumeView->setHidden(true);
+    auto* master = required(masterVolumeSlider_, "masterVolumeSlider");
+    const QSignalBlocker displayOnly(master);
+    master->setFraction(kDemoVolume);
+    ui_->volumeSlider->setFraction(kDemoVolume);
+    ui_->volumeLabel->setText(QLocale().toString(7));
+  }
+}
+
+void OrvaneVC::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  if (isVisible())
+    resizeSettled_->start();
+}
+
+void OrvaneVC::didResize() {
+  if (ui_->displayArea->size() == laidOutSize_)
+    return;
+  for (QWidget* child : ui_->volumeView->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+    delete child;
+  layOutDisplayArea();
+  setupVolumeSlider();
+  setupWaveFormView();
+}
+
+// Where the route label and the waveform rest when the waveform is shown: the name in a strip
+// across the top, the waveform below it, both as wide as the area.
+void OrvaneVC::layOutDisplayArea() {
+  if (waveAnimation_)
+    waveAnimation_->stop();
+  const QRect area = ui_->displayArea->rect();
+  ui_->routeLabel->setGeometry(0, 0, area.width(), routeStripHeight_);
+  ui_->waveFormView->setGeometry(0, routeStripHeight_, area.width(),
+                                 area.height() - routeStripHeight_);
+  laidOutSize_ = area.size();
+}
+
+void OrvaneVC::setupAirplayButton() {
+  QWidget* routeButton = ui_->routeButton;
+  auto* volumeView = new views::VolumeView(services_.volume, services_.routes, routeButton);
+  volumeView->setGeometry(0, 0, routeButton->width(), routeButton->height());
+  if (auto* button = lastChildOfKind<QAbstractButton>(*volumeView))
+    masterAirplayButton_ = button;
+  volumeView->setShowsVolumeSlider(false);
+  volumeView->setShowsRouteButton(true);
+  volumeView->setHidden(true);
+}
+
+void OrvaneVC::airplayPressed() {
+  required(masterAirplayButton_, "masterAirplayButton")->click();
+}
+
+void OrvaneVC::setupVolumeSlider() {
+  const QRect frame(-2, 7, ui_->volumeSlider->width(), 30);
+  auto* volumeView = new views::VolumeView(services_.volume, services_.routes);
+  volumeView->setGeometry(frame);
+  if (auto* slider = lastChildOfKind<views::VolumeSlider>(*volumeView))
+    masterVolumeSlider_ = slider;
+  volumeView->setShowsRouteButton(false);
+  volumeView->setShowsVolumeSlider(true);
+  required(masterVolumeSlider_, "masterVolumeSlider")->setMinimumTrackTintColor(Qt::white);
+  ui_->volumeSlider->setHidden(true);
+  volumeView->setParent(ui_->volumeView);
+  volumeView->show();
+  updateMasterVolumeLabel();
+}
+
+void OrvaneVC::updateMasterVolumeLabel() {
+  const double tenths = required(masterVolumeSlider_, "masterVolumeSlider")->fraction() * 10.0;
+  if (!std::isfinite(tenths) || std::fabs(tenths) > std::numeric_limits<int>::max())
+    qFatal("OrvaneVC: the system volume %f does not make a volume figure", tenths);
+  ui_->volumeLabel->setText(QLocale().toString(static_cast<int>(tenths)));
+}
+
+void OrvaneVC::displayAudioRoute() {
+  Console::line("displayAudioRoute");
+  for (const auto& output : services_.session.currentRoute().outputs)
+    ui_->routeLabel->setText(QString::fromStdString(output.portName));
+}
+
+void OrvaneVC::voiceEffectPressed() {
+  audio::OrvaneEngine& orvane = engine();
+  switch (orvane.effect()) {
+    case PlaybackEffects::NormalVoice:
+      orvane.setEffect(PlaybackEffects::MonsterVoice);
+      ui_->effectImage->setPixmap(imageNamed("MonsterVoice"));
+      break;
+    case PlaybackEffects::MonsterVoice:
+      orvane.setEffect(PlaybackEffects::ChipmunkVoice);
+      ui_->effectImage->setPixmap(imageNamed("ChipmunkVoice"));
+      break;
+    case PlaybackEffects::ChipmunkVoice:
+      orvane.setEffect(PlaybackEffects::NormalVoice);
+      ui_->effectImage->setPixmap(imageNamed("NormalVoice"));
+      break;
+  }
+}
+
+void OrvaneVC::tonePressed(const views::CircleButton& sender) {
+  engine().setStartToneOn(sender.isSelected());
+}
+
+void OrvaneVC::setupWaveFormView() {
+  delete displaylink_;  // a link left running would call updateMeters once more per resize
+  displaylink_ = new views::DisplayLink([this] { updateMeters(); }, this);
+  ui_->waveFormView->setWaveColor(QColor::fromRgbF(1.0, 1.0, 1.0, 0.5));
+  ui_->waveFormView->setPrimaryWaveLineWidth(3.0);
+  ui_->waveFormView->setSecondaryWaveLineWidth(1.0);
+  routeLabelFrame_ = ui_->routeLabel->geometry();
+  waveViewFrame_ = ui_->waveFormView->geometry();
+  const QRect& wave = *waveViewFrame_;
+  // From the width alone, not the frame's own x: the strip is centred only for an x of 0.
+  hiddenWaveViewFrame_ =
+      QRect(static_cast<int>(wave.width() * 0.5 - 1.0), wave.y(), 2, wave.height());
+  hideWaveFormView();
+}
+
+void OrvaneVC::showWaveFormView() {
+  Console::line("ShowWaveformView");
+  onMainQueue([this] {
+    ui_->waveFormView->updateWithLevel(0);
+    displaylink_->setPaused(false);
+    ui_->waveFormView->setHidden(false);
+    animateWaveLayout(required(routeLabelFrame_, "routeLabelFrame"), regularRouteFont(),
+                      required(waveViewFrame_, "waveViewFrame"));
+  })();
+}
+
+void OrvaneVC::hideWaveFormView() {
+  Console::line("HideWaveformView");
+  onMainQueue([this] {
+    displaylink_->setPaused(true);
+    ui_->waveFormView->updateWithLevel(0);
+    animateWaveLayout(required(waveViewFrame_, "waveViewFrame"), lightRouteFont(),
+                      required(hiddenWaveViewFrame_, "hiddenWaveViewFrame"),
+                      [this] { ui_->waveFormView->setHidden(true); });
+  })();
+}
+
+// The frames glide over 0.2 s and the route name's size with them. A new layout stops the one
+// under way, whose completion then never runs.
+void OrvaneVC::animateWaveLayout(const QRect& labelFrame, const QFont& labelFont,
+                                 const QRect& waveFrame, std::function<void()> completion) {
+  if (waveAnimation_)
+    waveAnimation_->stop();
+  auto* group = new QParallelAnimationGroup(this);
+  auto glide = [group](QWidget* widget, const QRect& frame) {
+    auto* animation = new QPropertyAnimation(widget, "geometry", group);
+    animation->setDuration(kWaveAnimationMilliseconds);
+    animation->setEndValue(frame);
+  };
+  glide(ui_->routeLabel, labelFrame);
+  glide(ui_->waveFormView, waveFrame);
+
+  QLabel* label = ui_->routeLabel;
+  QFont font = labelFont;
+  auto* size = new QVariantAnimation(group);
+  size->setDuration(kWaveAnimationMilliseconds);
+  size->setStartValue(label->font().pixelSize());
+  size->setEndValue(labelFont.pixelSize());
+  connect(size, &QVariantAnimation::valueChanged, label, [label, font](const QVariant& pixels) {
+    QFont step = font;
+    step.setPixelSize(pixels.toInt());
+    label->setFont(step);
+  });
+  if (completion)
+    connect(group, &QAbstractAnimation::finished, this, std::move(completion));
+  waveAnimation_ = group;
+  group->start(QAbstractAnimation::DeleteWhenStopped);
+}
+
+}  // namespace app

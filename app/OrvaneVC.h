@@ -1,0 +1,123 @@
+#pragma once
+
+#include <QPointer>
+#include <QRect>
+#include <QWidget>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "app/OrvaneServices.h"
+#include "foundation/DispatchQueue.h"
+
+class QAbstractButton;
+class QAbstractAnimation;
+class QFont;
+class QMessageBox;
+class QTimer;
+
+namespace Ui {
+class OrvaneVC;
+}
+namespace views {
+class CircleButton;
+class DisplayLink;
+class VolumeSlider;
+}  // namespace views
+
+namespace app {
+
+// The main screen: hold Talk, speak, let go, and the take is announced through the current
+// output. Shows the output's name, the system volume as 0 to 10, the live waveform while
+// speaking and the playback's progress; the effect and tone buttons set up the next
+// announcement. Laid out by resources/OrvaneVC.ui, whose named widgets are its outlets.
+class OrvaneVC : public QWidget {
+  Q_OBJECT
+
+ public:
+  explicit OrvaneVC(OrvaneServices services, QWidget* parent = nullptr, bool demoMode = false);
+  ~OrvaneVC() override;
+
+  // Fixed volume and a constant waveform level, for demonstrations.
+  bool demoMode() const { return demoMode_; }
+  // Where every engine command runs, in the order the screen sends them.
+  foundation::DispatchQueue& audioQ() { return audioQ_; }
+  // Null until the engine that viewDidLoad() makes on audioQ has arrived; Talk waits for it.
+  const std::shared_ptr<audio::OrvaneEngine>& orvane() const { return orvane_; }
+  // Set once a recording has been started, and never cleared.
+  bool recording() const { return recording_; }
+  void setRecording(bool recording) { recording_ = recording; }
+
+  views::VolumeSlider* masterVolumeSlider() const { return masterVolumeSlider_; }
+  QAbstractButton* masterAirplayButton() const { return masterAirplayButton_; }
+  std::optional<QRect> routeLabelFrame() const { return routeLabelFrame_; }
+  std::optional<QRect> waveViewFrame() const { return waveViewFrame_; }
+  std::optional<QRect> hiddenWaveViewFrame() const { return hiddenWaveViewFrame_; }
+
+  // The talk cycle.
+  void talkPressedDown();
+  void talkTouchUp();
+  void registerForNotifications();
+  void scheduleOrvaneReset();
+  void resetOrvane();
+  void updateMeters();
+  void startProgressBar();
+  void updateProgressBar();
+
+  // Set-up and the controls.
+  void viewDidLoad();
+  void viewDidAppear();
+  // After the window has changed size, as a phone screen after a rotation.
+  void didResize();
+  void setupAirplayButton();
+  void setupVolumeSlider();
+  void setupWaveFormView();
+  void displayAudioRoute();
+  void updateMasterVolumeLabel();
+  void voiceEffectPressed();
+  void airplayPressed();
+  void tonePressed(const views::CircleButton& sender);
+  void showWaveFormView();
+  void hideWaveFormView();
+
+ protected:
+  void showEvent(QShowEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
+
+ private:
+  void connectActions();
+  void enterRecordingState();
+  void presentMicrophoneAlert();
+  void presentHoldDownAlert();
+  void layOutDisplayArea();
+  void animateWaveLayout(const QRect& labelFrame, const QFont& labelFont, const QRect& waveFrame,
+                         std::function<void()> completion = {});
+  audio::OrvaneEngine& engine() const;
+  // Work for the main queue that is dropped if the screen is gone by the time it runs. Made on
+  // the main thread; the result may be called from any thread.
+  std::function<void()> onMainQueue(std::function<void()> work) const;
+
+  const bool demoMode_;
+  OrvaneServices services_;
+  std::unique_ptr<Ui::OrvaneVC> ui_;
+  foundation::DispatchQueue audioQ_;
+  std::shared_ptr<audio::OrvaneEngine> orvane_;
+  std::optional<QRect> routeLabelFrame_;
+  std::optional<QRect> waveViewFrame_;
+  std::optional<QRect> hiddenWaveViewFrame_;
+  QAbstractButton* masterAirplayButton_ = nullptr;
+  views::VolumeSlider* masterVolumeSlider_ = nullptr;
+  views::DisplayLink* displaylink_ = nullptr;
+  QTimer* progressTimer_ = nullptr;
+  bool recording_ = false;
+
+  bool talkHeld_ = false;
+  QPointer<QAbstractAnimation> waveAnimation_;
+  QPointer<QMessageBox> holdDownAlert_;
+  int routeStripHeight_;  // the route label's height where the interface file puts it
+  QTimer* resizeSettled_;
+  QSize laidOutSize_;
+  std::shared_ptr<void> lifetime_ = std::make_shared<char>();
+};
+
+}  // namespace app

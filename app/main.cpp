@@ -1,0 +1,76 @@
+// Orvane: hold Talk, speak, let go, and the announcement plays through the chosen output.
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QIcon>
+#include <QLibraryInfo>
+#include <QMainWindow>
+#include <QTranslator>
+
+#include "app/AppDelegate.h"
+#include "app/FirstFrameReporter.h"
+#include "app/QtMainExecutor.h"
+#include "app/SingleInstance.h"
+#include "foundation/DispatchQueue.h"
+
+namespace {
+
+void installTranslations(QApplication& application) {
+  for (auto [name, directory] :
+       {std::pair{"orvane", QStringLiteral(":/i18n")},
+        std::pair{"qtbase", QLibraryInfo::path(QLibraryInfo::TranslationsPath)}}) {
+    auto* translator = new QTranslator(&application);
+    if (translator->load(QLocale(), QLatin1String(name), QStringLiteral("_"), directory))
+      application.installTranslator(translator);
+  }
+}
+
+void openURLs(app::AppDelegate& delegate, const QStringList& urls) {
+  for (const QString& url : urls)
+    delegate.handleOpenURL(QUrl(url));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  QApplication application(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("Orvane"));
+  QApplication::setApplicationVersion(QStringLiteral(ORVANE_VERSION));
+  QGuiApplication::setDesktopFileName(QStringLiteral("orvane"));
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/orvane.png")));
+
+  QCommandLineParser parser;
+  parser.setApplicationDescription(
+      QStringLiteral("Hold Talk, speak, let go: Orvane announces it through the chosen output."));
+  parser.addHelpOption();
+  parser.addVersionOption();
+  const QCommandLineOption reportFirstFrame(
+      QStringLiteral("report-first-frame"),
+      QStringLiteral("Print \"First frame painted\" once the window has been drawn."));
+  parser.addOption(reportFirstFrame);
+  parser.addPositionalArgument(QStringLiteral("url"),
+                               QStringLiteral("orvane:// addresses to open."),
+                               QStringLiteral("[url...]"));
+  parser.process(application);
+  const QStringList urls = parser.positionalArguments();
+
+  app::SingleInstance instance;
+  if (instance.sendToRunningInstance(urls))
+    return 0;
+  instance.listen();
+
+  installTranslations(application);
+  foundation::DispatchQueue::installMainExecutor(std::make_shared<app::QtMainExecutor>());
+  app::AppDelegate delegate;
+  delegate.didFinishLaunching(application);
+  QObject::connect(&instance, &app::SingleInstance::messagesReceived, &delegate,
+                   [&delegate](const QStringList& messages) {
+                     openURLs(delegate, messages);
+                     delegate.window()->raise();
+                     delegate.window()->activateWindow();
+                   });
+  if (parser.isSet(reportFirstFrame))
+    new app::FirstFrameReporter(delegate.window());
+  delegate.window()->show();
+  openURLs(delegate, urls);
+  return application.exec();
+}

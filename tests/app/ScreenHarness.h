@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QMessageBox>
+#include <QString>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "EventuallyShown.h"
+#include "TemporaryDirectory.h"
+#include "app/OrvaneServices.h"
+#include "app/OrvaneVC.h"
+#include "platform/AudioSession.h"
+#include "platform/RouteList.h"
+#include "platform/SystemVolume.h"
+#include "views/CircleButton.h"
+
+// Readable failure messages for texts of the screen.
+inline void PrintTo(const QString& text, std::ostream* stream) {
+  *stream << '"' << text.toStdString() << '"';
+}
+
+namespace app::testing {
+
+using views::eventuallyShown;
+
+// The sound server's facades, on the named server (empty: the one the environment names).
+struct SoundServer {
+  explicit SoundServer(const std::string& address = {})
+      : session(address), volume(address), routes(address) {}
+  platform::AudioSession session;
+  platform::SystemVolume volume;
+  platform::RouteList routes;
+};
+
+// An address where no sound server answers: the microphone is refused and there are no outputs.
+inline constexpr const char* kNoServer = "unix:/nonexistent/orvane-test-server";
+
+// The main screen, shown at its designed size, with an engine that records a live 440 Hz tone
+// and plays into a fake sink. Made with the event loop's main queue in place.
+class ScreenHarness {
+ public:
+  explicit ScreenHarness(SoundServer& server, bool demoMode = false);
+  ~ScreenHarness();
+
+  OrvaneVC& screen() { return *screen_; }
+  audio::OrvaneEngine& engine() { return *screen_->orvane(); }
+  template <typename Widget>
+  Widget& outlet(const char* name) {
+    return *screen_->findChild<Widget*>(QString::fromLatin1(name));
+  }
+  views::CircleButton& button(const char* name) { return outlet<views::CircleButton>(name); }
+
+  // The alerts now open over the screen, oldest first.
+  std::vector<QMessageBox*> alerts() const;
+  // Taps the alert's button with that title.
+  static void tap(QMessageBox& alert, const QString& buttonTitle);
+
+ private:
+  foundation::TemporaryDirectory documents_;
+  std::unique_ptr<OrvaneVC> screen_;
+};
+
+}  // namespace app::testing

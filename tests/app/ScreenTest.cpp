@@ -1,0 +1,133 @@
+// The main screen with no sound server: the refused microphone, the controls and the layouts.
+#include <gtest/gtest.h>
+
+#include <QLabel>
+#include <QTest>
+#include <fstream>
+
+#include "ScreenHarness.h"
+#include "audio/OrvaneEngine.h"
+#include "views/OndulaWaveformView.h"
+#include "views/ProgressView.h"
+#include "views/VolumeSlider.h"
+#include "views/VolumeView.h"
+
+namespace app::testing {
+namespace {
+
+class ScreenTest : public ::testing::Test {
+ protected:
+  SoundServer server_{kNoServer};
+};
+
+// A stand-in for the desktop's mixer that notes it was started.
+class FakeMixer {
+ public:
+  FakeMixer() : savedPath_(qgetenv("PATH")), savedDesktop_(qgetenv("XDG_CURRENT_DESKTOP")) {
+    const auto program = directory_.path() / "pavucontrol";
+    std::ofstream(program) << "#!/bin/sh\ntouch '" << started().string() << "'\n";
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    qputenv("PATH", QByteArray::fromStdString(directory_.path().string()) + ":/usr/bin:/bin");
+    qunsetenv("XDG_CURRENT_DESKTOP");
+  }
+  ~FakeMixer() {
+    qputenv("PATH", savedPath_);
+    qputenv("XDG_CURRENT_DESKTOP", savedDesktop_);
+  }
+  std::filesystem::path started() const { return directory_.path() / "started"; }
+
+ private:
+  foundation::TemporaryDirectory directory_;
+  QByteArray savedPath_;
+  QByteArray savedDesktop_;
+};
+
+TEST_F(ScreenTest, ARefusedMicrophoneLeavesTheEngineAloneButTheReleaseStillPlays) {
+  ScreenHarness harness(server_);
+  FakeMixer mixer;
+  QTest::mousePress(&harness.button("talkButton"), Qt::LeftButton);
+  ASSERT_TRUE(eventuallyShown([&] { return !harness.alerts().empty(); }));
+  QMessageBox& alert = *harness.alerts().front();
+  EXPECT_EQ(alert.windowTitle(), "Microphone");
+  EXPECT_EQ(alert.text(),
+            "Orvane needs microphone access to work. Please allow microphone access "
+            "from Settings -> Privacy -> Microphone.");
+  EXPECT_FALSE(harness.screen().recording());
+  EXPECT_FALSE(harness.engine().recorder().isRecording());
+  EXPECT_EQ(harness.alerts().size(), 1u);
+
+  ScreenHarness::tap(alert, "Settings");
+  EXPECT_TRUE(eventuallyShown([&] { return std::filesystem::exists(mixer.started()); }))
+      << "the mixer was not opened";
+
+  // Nothing was recorded, so the engine reports the failed playback.
+  QTest::mouseRelease(&harness.button("talkButton"), Qt::LeftButton);
+  ASSERT_TRUE(eventuallyShown([&] { return !harness.alerts().empty(); }));
+  EXPECT_EQ(harness.alerts().front()->windowTitle(), "Hold Down Talk Button");
+}
+
+TEST_F(ScreenTest, TheEffectButtonCyclesThroughTheThreeVoicesAndTheToneFollowsItsButton) {
+  ScreenHarness harness(server_);
+  auto& image = harness.outlet<QLabel>("effectImage");
+  using audio::PlaybackEffects;
+  for (auto [effect, picture] : {std::pair{PlaybackEffects::MonsterVoice, "MonsterVoice"},
+                                 {PlaybackEffects::ChipmunkVoice, "ChipmunkVoice"},
+                                 {PlaybackEffects::NormalVoice, "NormalVoice"}}) {
+    QTest::mouseClick(&harness.button("effectButton"), Qt::LeftButton);
+    EXPECT_EQ(harness.engine().effect(), effect);
+    const QImage expected(QStringLiteral(":/images/%1.png").arg(QLatin1String(picture)));
+    ASSERT_FALSE(expected.isNull()) << picture << " is not among the resources";
+    EXPECT_EQ(image.pixmap().toImage().convertToFormat(QImage::Format_ARGB32),
+              expected.convertToFormat(QImage::Format_ARGB32))
+        << picture;
+  }
+
+  auto& tone = harness.button("toneButton");
+  QTest::mouseClick(&tone, Qt::LeftButton);
+  EXPECT_TRUE(harness.engine().isStartToneOn());
+  QTest::mousePress(&tone, Qt::LeftButton);
+  QTest::mouseRelease(&tone, Qt::LeftButton, {}, QPoint(500, 500));
+  EXPECT_FALSE(tone.isSelected());
+  EXPECT_FALSE(harness.engine().isStartToneOn()) << "a release outside also switches the tone";
+}
+
+TEST_F(ScreenTest, ANewWindowSizeRebuildsTheVolumeViewAndTheWaveformFrames) {
+  ScreenHarness harness(server_);
+  OrvaneVC& screen = harness.screen();
+  auto& wave = harness.outlet<views::OndulaWaveformView>("waveFormView");
+  EXPECT_EQ(*screen.waveViewFrame(), QRect(0, 40, 380, 160));
+  EXPECT_EQ(*screen.hiddenWaveViewFrame(), QRect(189, 40, 2, 160));
+  EXPECT_EQ(*screen.routeLabelFrame(), QRect(0, 0, 380, 40));
+  EXPECT_TRUE(eventuallyShown([&] { return wave.isHidden(); })) << "set-up ends hidden";
+
+  screen.resize(600, 800);
+  ASSERT_TRUE(eventuallyShown([&] { return screen.waveViewFrame()->width() == 560; }));
+  EXPECT_EQ(*screen.hiddenWaveViewFrame(), QRect(279, 40, 2, 160));
+  EXPECT_EQ(*screen.routeLabelFrame(), QRect(0, 0, 560, 40));
+  auto volumeViews = harness.outlet<QWidget>("volumeView")
+                         .findChildren<views::VolumeView*>(Qt::FindDirectChildrenOnly);
+  ASSERT_EQ(volumeViews.size(), 1);
+  EXPECT_EQ(volumeViews.front()->findChild<views::VolumeSlider*>(), screen.masterVolumeSlider());
+}
+
+TEST_F(ScreenTest, InDemoModeTheVolumeIsFixedAndTheWaveMovesAtAFixedLevel) {
+  ScreenHarness harness(server_, true);
+  EXPECT_EQ(harness.outlet<QLabel>("volumeLabel").text(), "7");
+  EXPECT_TRUE(harness.outlet<views::VolumeSlider>("volumeSlider").isVisible());
+  EXPECT_FALSE(harness.outlet<QWidget>("volumeView").isVisible());
+  EXPECT_NEAR(harness.screen().masterVolumeSlider()->fraction(), 0.7, 0.001);
+  harness.screen().updateMeters();
+  EXPECT_DOUBLE_EQ(harness.outlet<views::OndulaWaveformView>("waveFormView").amplitude(), 0.4);
+}
+
+TEST_F(ScreenTest, TheProgressBarFillsOverThePlaybackAndStaysFull) {
+  ScreenHarness harness(server_);
+  auto& progress = harness.outlet<views::ProgressView>("playbackProgressView");
+  harness.screen().startProgressBar();  // nothing was recorded: a length of 0 fills it at once
+  EXPECT_EQ(progress.progress(), 1.0f);
+  harness.screen().resetOrvane();
+  EXPECT_EQ(progress.progress(), 0.0f);
+}
+
+}  // namespace
+}  // namespace app::testing
