@@ -1,5 +1,6 @@
 #include "SignalAnalysis.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -29,6 +30,56 @@ double powerAt(const std::vector<float>& samples, int sampleRate, double frequen
   }
   return previous * previous + beforePrevious * beforePrevious -
          coefficient * previous * beforePrevious;
+}
+
+// YIN's settings: a step is voiced where the normalised difference dips below the threshold. The
+// window holds the longest period at 60 Hz and more; steps quieter than 30 dB under the loudest
+// are breath and noise, not voice.
+constexpr double kVoicedDip = 0.2;
+constexpr double kWindowSeconds = 0.025;
+constexpr double kStepSeconds = 0.01;
+constexpr double kQuietestStep = 0.03;  // −30 dB, as a ratio of rms
+constexpr std::size_t kFewestVoicedSteps = 10;
+
+double rms(const float* samples, std::size_t count) {
+  double sum = 0;
+  for (std::size_t i = 0; i < count; ++i)
+    sum += double(samples[i]) * samples[i];
+  return count ? std::sqrt(sum / count) : 0;
+}
+
+// The cumulative-mean-normalised difference of the window at `x` for lags 0…longestLag + 1.
+std::vector<double> normalisedDifference(const float* x, std::size_t window,
+                                         std::size_t longestLag) {
+  std::vector<double> normalised(longestLag + 2, 1.0);
+  double running = 0;
+  for (std::size_t lag = 1; lag < normalised.size(); ++lag) {
+    double difference = 0;
+    for (std::size_t j = 0; j < window; ++j) {
+      const double step = double(x[j]) - x[j + lag];
+      difference += step * step;
+    }
+    running += difference;
+    normalised[lag] = running > 0 ? difference * double(lag) / running : 1.0;
+  }
+  return normalised;
+}
+
+// The period in samples of the window at `x`, between the two lags; none if it is not voiced.
+std::optional<double> periodOf(const float* x, std::size_t window, std::size_t shortestLag,
+                               std::size_t longestLag) {
+  const auto normalised = normalisedDifference(x, window, longestLag);
+  for (std::size_t lag = shortestLag; lag <= longestLag; ++lag) {
+    if (normalised[lag] >= kVoicedDip)
+      continue;
+    while (lag < longestLag && normalised[lag + 1] < normalised[lag])
+      ++lag;
+    // A parabola through the dip and its neighbours places it between samples.
+    const double before = normalised[lag - 1], at = normalised[lag], after = normalised[lag + 1];
+    const double curvature = before - 2 * at + after;
+    return double(lag) + (curvature > 0 ? 0.5 * (before - after) / curvature : 0.0);
+  }
+  return {};
 }
 
 }  // namespace
@@ -87,6 +138,32 @@ std::size_t firstSampleAbove(const Signal& signal, std::size_t from, float thres
       return i;
   }
   return signal.samples.size();
+}
+
+std::optional<double> medianPitch(const Signal& signal, double lowest, double highest) {
+  const auto window = std::size_t(kWindowSeconds * signal.sampleRate);
+  const auto step = std::size_t(kStepSeconds * signal.sampleRate);
+  const auto shortestLag = std::max<std::size_t>(2, std::size_t(signal.sampleRate / highest));
+  const auto longestLag = std::size_t(std::ceil(signal.sampleRate / lowest));
+  if (signal.samples.size() < window + longestLag + 2)
+    return {};
+  const std::size_t lastStart = signal.samples.size() - window - longestLag - 2;
+
+  double loudest = 0;
+  for (std::size_t start = 0; start <= lastStart; start += step)
+    loudest = std::max(loudest, rms(&signal.samples[start], window));
+  std::vector<double> pitches;
+  for (std::size_t start = 0; start <= lastStart; start += step) {
+    const float* x = &signal.samples[start];
+    if (rms(x, window) < kQuietestStep * loudest)
+      continue;
+    if (auto period = periodOf(x, window, shortestLag, longestLag))
+      pitches.push_back(signal.sampleRate / *period);
+  }
+  if (pitches.size() < kFewestVoicedSteps)
+    return {};
+  std::nth_element(pitches.begin(), pitches.begin() + pitches.size() / 2, pitches.end());
+  return pitches[pitches.size() / 2];
 }
 
 }  // namespace audio::testing

@@ -25,4 +25,9 @@ double dominantFrequency(const Signal& signal, double lowest = 100, double highe
 // The first sample at or after `from` whose magnitude reaches `threshold`; the size if none.
 std::size_t firstSampleAbove(const Signal& signal, std::size_t from, float threshold);
 
+// The median fundamental frequency of a voice in hertz, over its voiced 10 ms steps (YIN: the
+// first clear dip of the normalised difference function, which does not jump an octave up or down
+// as a plain autocorrelation peak does); empty when too few steps are voiced to tell.
+std::optional<double> medianPitch(const Signal& signal, double lowest = 60, double highest = 500);
+
 }  // namespace audio::testing

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QImage>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "ChildProcess.h"
+#include "Pointer.h"
+#include "PrivateSoundServer.h"
+#include "SignalAnalysis.h"
+#include "SourceRecorder.h"
+#include "TemporaryDirectory.h"
+#include "VirtualMicrophone.h"
+#include "XvfbDisplay.h"
+
+namespace e2e {
+
+// A desk of Orvane's own: a virtual screen without a window manager, a private sound server whose
+// default output is an announcement speaker (recorded from its monitor) and whose default input is
+// a microphone hearing `speech` in a loop, and private XDG directories, so Orvane meets neither the
+// user's server nor a running Orvane. Everything it starts ends with it.
+class DesktopSession {
+ public:
+  // The server lives in `soundServerDirectory`: a test gives one that CTest can clean up after a
+  // crash; none means one of the session's own.
+  DesktopSession(const audio::testing::Signal& speech,
+                 const std::optional<std::filesystem::path>& soundServerDirectory = {});
+  ~DesktopSession();
+
+  // Starts Orvane and returns once it has painted its first frame, with the time that took from
+  // just before it was started.
+  Clock::duration startOrvane();
+  // Ends Orvane and waits until it has gone.
+  void quitOrvane();
+  // Returns once Orvane's Talk button has turned from grey to white: the engine is ready and the
+  // controls can be used.
+  void waitUntilTalkEnabled() const;
+  // Orvane's standard output so far.
+  const CapturedStream& orvaneOutput() const;
+  // Its standard output and error, and how it ended if it has, for a failure message.
+  std::string orvaneTranscript();
+
+  // The mouse over Orvane's window; there once Orvane has started.
+  const Pointer& pointer() const { return *pointer_; }
+  // Holds Talk down and waits until Orvane shows it is recording; returns when the press was sent.
+  Clock::time_point pressTalk();
+  const SourceRecorder& speaker() const { return *speaker_; }
+  const VirtualMicrophone& microphone() const { return *microphone_; }
+
+  void saveScreenshot(const std::filesystem::path& file) const;
+  QImage screenshot() const;
+
+ private:
+  std::map<std::string, std::string> orvaneEnvironment() const;
+
+  foundation::TemporaryDirectory directory_;
+  const std::filesystem::path soundServerDirectory_;
+  XvfbDisplay display_;
+  PrivateSoundServer soundServer_;
+  std::optional<VirtualMicrophone> microphone_;
+  std::optional<SourceRecorder> speaker_;
+  std::optional<ChildProcess> orvane_;
+  std::optional<Pointer> pointer_;
+};
+
+}  // namespace e2e

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QRect>
+
+#include "Pointer.h"
+
+// Where Orvane's main screen has its controls, read off a screenshot of its window at its
+// default size. The one place to change when the layout moves.
+namespace e2e::screen {
+
+inline constexpr int kWidth = 420;
+inline constexpr int kHeight = 760;
+
+inline constexpr WindowPoint kEffectButton{162, 332};  // "Voice": normal, monster, chipmunk
+inline constexpr WindowPoint kToneButton{257, 332};    // the start chime, on or off
+inline constexpr WindowPoint kTalkButton{210, 556};    // the round button's centre
+// The Talk button's title: grey while Talk is disabled, white once Orvane can record.
+inline constexpr QRect kTalkTitle{172, 540, 76, 35};
+// Inside the Talk button, clear of its title: white while the button is held.
+inline constexpr WindowPoint kTalkButtonFace{210, 490};
+
+}  // namespace e2e::screen
