@@ -49,6 +49,7 @@ class DesktopSession {
   const SourceRecorder& speaker() const { return *speaker_; }
   const VirtualMicrophone& microphone() const { return *microphone_; }
 
+  const std::string& displayName() const { return display_.name(); }
   void saveScreenshot(const std::filesystem::path& file) const;
   QImage screenshot() const;
 
