@@ -7,6 +7,7 @@
 #include <QShowEvent>
 #include <QTimer>
 #include <QVariantAnimation>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -267,13 +268,16 @@ void OrvaneVC::updateProgressBar() {
 
 // ---- Set-up and the controls ----
 
-// The engine takes a while to build its graphs; Talk is enabled once it is there.
+// The engine takes a while to build its graphs; the buttons that use it wait for it.
 void OrvaneVC::viewDidLoad() {
-  ui_->talkButton->setEnabled(false);
+  const std::array engineButtons = {ui_->talkButton, ui_->effectButton, ui_->toneButton};
+  for (views::CircleButton* button : engineButtons)
+    button->setEnabled(false);
   auto made = std::make_shared<std::shared_ptr<audio::OrvaneEngine>>();
-  auto arrive = onMainQueue([this, made] {
+  auto arrive = onMainQueue([this, made, engineButtons] {
     orvane_ = *made;
-    ui_->talkButton->setEnabled(true);
+    for (views::CircleButton* button : engineButtons)
+      button->setEnabled(true);
     ui_->talkButton->setFocus();
   });
   audioQ_.async([makeEngine = services_.makeEngine, made, arrive] {

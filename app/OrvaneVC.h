@@ -42,7 +42,8 @@ class OrvaneVC : public QWidget {
   bool demoMode() const { return demoMode_; }
   // Where every engine command runs, in the order the screen sends them.
   foundation::DispatchQueue& audioQ() { return audioQ_; }
-  // Null until the engine that viewDidLoad() makes on audioQ has arrived; Talk waits for it.
+  // Null until the engine that viewDidLoad() makes on audioQ has arrived; Talk, Voice and Tone
+  // wait for it.
   const std::shared_ptr<audio::OrvaneEngine>& orvane() const { return orvane_; }
   // Set once a recording has been started, and never cleared.
   bool recording() const { return recording_; }

@@ -10,7 +10,6 @@
 #include "ScreenHarness.h"
 #include "app/AppDelegate.h"
 #include "app/NavController.h"
-#include "app/QtMainExecutor.h"
 
 namespace app::testing {
 namespace {
@@ -56,15 +55,11 @@ TEST(ReturnAddressTest, OnlyAbsoluteAddressesThatReachAnotherApplicationAreKept)
 
 class AppDelegateTest : public ::testing::Test {
  protected:
-  AppDelegateTest() {
-    foundation::DispatchQueue::installMainExecutor(std::make_shared<QtMainExecutor>());
-  }
-  ~AppDelegateTest() override { foundation::DispatchQueue::installMainExecutor(nullptr); }
-
   NavController* navController() {
     return qobject_cast<NavController*>(delegate_.window()->centralWidget());
   }
 
+  MainQueueOnEventLoop mainQueue_;
   SoundServer server_{kNoServer};
   AppDelegate delegate_{
       OrvaneServices{server_.session, server_.volume, server_.routes, [] { return nullptr; }}};

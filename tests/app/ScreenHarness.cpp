@@ -6,20 +6,33 @@
 #include <QTest>
 
 #include "app/QtMainExecutor.h"
-#include "audio/OrvaneEngine.h"
 
 namespace app::testing {
 
-ScreenHarness::ScreenHarness(SoundServer& server, bool demoMode) {
+MainQueueOnEventLoop::MainQueueOnEventLoop() {
   foundation::DispatchQueue::installMainExecutor(std::make_shared<QtMainExecutor>());
+}
+
+MainQueueOnEventLoop::~MainQueueOnEventLoop() {
+  foundation::DispatchQueue::installMainExecutor(nullptr);
+}
+
+audio::OrvaneEngineConfiguration ScreenHarness::testDevices(
+    SoundServer& server, const std::filesystem::path& documents) {
   audio::OrvaneEngineConfiguration devices;
-  devices.documentsDirectory = documents_.path();
+  devices.documentsDirectory = documents;
   devices.startTonePath = ORVANE_START_TONE;
   devices.sourceDescription = "audiotestsrc is-live=true wave=sine freq=440 volume=0.5";
   devices.sinkDescription = "fakesink sync=true";
   devices.session = &server.session;
+  return devices;
+}
+
+ScreenHarness::ScreenHarness(SoundServer& server, bool demoMode) {
   OrvaneServices services{server.session, server.volume, server.routes,
-                          [devices] { return std::make_shared<audio::OrvaneEngine>(devices); }};
+                          [devices = testDevices(server, documents_.path())] {
+                            return std::make_shared<audio::OrvaneEngine>(devices);
+                          }};
   screen_ = std::make_unique<OrvaneVC>(services, nullptr, demoMode);
   screen_->resize(420, 760);
   screen_->show();
@@ -31,7 +44,6 @@ ScreenHarness::~ScreenHarness() {
   for (QMessageBox* alert : alerts())
     delete alert;
   screen_.reset();
-  foundation::DispatchQueue::installMainExecutor(nullptr);
 }
 
 std::vector<QMessageBox*> ScreenHarness::alerts() const {

@@ -12,6 +12,7 @@
 #include "TemporaryDirectory.h"
 #include "app/OrvaneServices.h"
 #include "app/OrvaneVC.h"
+#include "audio/OrvaneEngine.h"
 #include "platform/AudioSession.h"
 #include "platform/RouteList.h"
 #include "platform/SystemVolume.h"
@@ -38,12 +39,23 @@ struct SoundServer {
 // An address where no sound server answers: the microphone is refused and there are no outputs.
 inline constexpr const char* kNoServer = "unix:/nonexistent/orvane-test-server";
 
+// Main-queue work runs on Qt's event loop while one of these lives.
+class MainQueueOnEventLoop {
+ public:
+  MainQueueOnEventLoop();
+  ~MainQueueOnEventLoop();
+};
+
 // The main screen, shown at its designed size, with an engine that records a live 440 Hz tone
-// and plays into a fake sink. Made with the event loop's main queue in place.
+// and plays into a fake sink.
 class ScreenHarness {
  public:
   explicit ScreenHarness(SoundServer& server, bool demoMode = false);
   ~ScreenHarness();
+
+  // The engine's devices: the live tone and the fake sink, with takes kept in `documents`.
+  static audio::OrvaneEngineConfiguration testDevices(SoundServer& server,
+                                                      const std::filesystem::path& documents);
 
   OrvaneVC& screen() { return *screen_; }
   audio::OrvaneEngine& engine() { return *screen_->orvane(); }
@@ -59,6 +71,7 @@ class ScreenHarness {
   static void tap(QMessageBox& alert, const QString& buttonTitle);
 
  private:
+  MainQueueOnEventLoop mainQueue_;
   foundation::TemporaryDirectory documents_;
   std::unique_ptr<OrvaneVC> screen_;
 };

@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QTest>
 #include <fstream>
+#include <future>
 
 #include "ScreenHarness.h"
 #include "audio/OrvaneEngine.h"
@@ -118,6 +119,29 @@ TEST_F(ScreenTest, InDemoModeTheVolumeIsFixedAndTheWaveMovesAtAFixedLevel) {
   EXPECT_NEAR(harness.screen().masterVolumeSlider()->fraction(), 0.7, 0.001);
   harness.screen().updateMeters();
   EXPECT_DOUBLE_EQ(harness.outlet<views::OndulaWaveformView>("waveFormView").amplitude(), 0.4);
+}
+
+TEST_F(ScreenTest, TheButtonsThatUseTheEngineWaitUntilItIsBuilt) {
+  MainQueueOnEventLoop mainQueue;
+  foundation::TemporaryDirectory documents;
+  std::promise<void> build;
+  OrvaneVC screen({server_.session, server_.volume, server_.routes,
+                   [devices = ScreenHarness::testDevices(server_, documents.path()),
+                    built = build.get_future().share()] {
+                     built.wait();
+                     return std::make_shared<audio::OrvaneEngine>(devices);
+                   }});
+  screen.show();
+  const char* names[] = {"talkButton", "effectButton", "toneButton"};
+  for (const char* name : names) {
+    auto& button = *screen.findChild<views::CircleButton*>(name);
+    QTest::mouseClick(&button, Qt::LeftButton);
+    EXPECT_FALSE(button.isEnabled()) << name;
+  }
+  build.set_value();
+  EXPECT_TRUE(eventuallyShown([&] { return screen.orvane() != nullptr; }));
+  for (const char* name : names)
+    EXPECT_TRUE(screen.findChild<views::CircleButton*>(name)->isEnabled()) << name;
 }
 
 TEST_F(ScreenTest, TheProgressBarFillsOverThePlaybackAndStaysFull) {

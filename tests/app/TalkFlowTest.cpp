@@ -58,6 +58,10 @@ TEST_F(TalkFlowTest, AHoldRecordsIgnoringTheServerAndTheReleasePlaysTheTake) {
   EXPECT_TRUE(ownSlider().isVisible());
   EXPECT_FALSE(harness_->screen().masterVolumeSlider()->isVisible());
   EXPECT_NEAR(ownSlider().fraction(), 0.5, 0.001);
+  // Each displayed frame feeds the waveform the level of the 440 Hz tone being recorded.
+  auto& wave = harness_->outlet<views::OndulaWaveformView>("waveFormView");
+  EXPECT_TRUE(eventuallyShown([&] { return wave.amplitude() > 0.5; }))
+      << "the waveform rests at " << wave.amplitude();
 
   // Neither the volume nor the output the person is speaking to changes under them.
   pactl("set-sink-volume @DEFAULT_SINK@ 80%");

@@ -25,6 +25,7 @@ using ::testing::DoubleNear;
 constexpr const char* kAnnouncement =
     "Attention please. The store closes in ten minutes. Please bring your purchases to the tills.";
 constexpr auto kHold = 2s;
+constexpr auto kFirstWords = 450ms;
 constexpr auto kSilenceAfterPlayback = 1s;
 constexpr auto kPlaybackLimit = 15s;
 
@@ -67,8 +68,10 @@ TEST_F(EndToEnd, AHeldTalkAnnouncesTheChimeThenTheVoiceShiftedByTheEffect) {
 
   desktop_->pointer().click(screen::kToneButton);
   desktop_->pointer().click(screen::kEffectButton);  // normal → monster
+  // The person starts speaking as they press, and the picture is taken on their first words.
+  std::this_thread::sleep_until(desktop_->microphone().nextStartOfSpeech());
   const auto pressed = desktop_->pressTalk();
-  std::this_thread::sleep_until(pressed + kHold / 2);
+  std::this_thread::sleep_until(pressed + kFirstWords);
   desktop_->saveScreenshot(ORVANE_E2E_SCREENSHOT);
   std::this_thread::sleep_until(pressed + kHold);
   const auto released = desktop_->pointer().release();

@@ -80,6 +80,13 @@ std::size_t VirtualMicrophone::chunkFrames() const {
   return std::size_t(loop_.sampleRate * kChunk.count() / 1000);
 }
 
+std::chrono::steady_clock::time_point VirtualMicrophone::nextStartOfSpeech() const {
+  using Seconds = std::chrono::duration<double>;
+  const Seconds loop(double(loop_.samples.size()) / loop_.sampleRate);
+  const double loops = std::floor(Seconds(std::chrono::steady_clock::now() - start_) / loop) + 1;
+  return start_ + std::chrono::duration_cast<std::chrono::steady_clock::duration>(loop * loops);
+}
+
 audio::testing::Signal VirtualMicrophone::heardBetween(
     std::chrono::steady_clock::time_point from, std::chrono::steady_clock::time_point to) const {
   audio::testing::Signal heard{{}, loop_.sampleRate};

@@ -26,6 +26,8 @@ class VirtualMicrophone {
   VirtualMicrophone(const VirtualMicrophone&) = delete;
   VirtualMicrophone& operator=(const VirtualMicrophone&) = delete;
 
+  // When the speech next begins from its first word.
+  std::chrono::steady_clock::time_point nextStartOfSpeech() const;
   // What the microphone was hearing between the two moments.
   audio::testing::Signal heardBetween(std::chrono::steady_clock::time_point from,
                                       std::chrono::steady_clock::time_point to) const;
