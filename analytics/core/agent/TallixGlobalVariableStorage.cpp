@@ -1,0 +1,83 @@
+#include "analytics/core/agent/TallixGlobalVariableStorage.h"
+
+#include <algorithm>
+
+#include "analytics/core/support/TallixFilePaths.h"
+#include "analytics/core/support/TallixLog.h"
+
+namespace tallix {
+
+using foundation::Value;
+
+namespace {
+
+// The user's choice outlives the process, like the cookies and addresses beside it.
+constexpr std::string_view kOptOutKey = "optOut";
+
+}  // namespace
+
+TallixGlobalVariableStorage::TallixGlobalVariableStorage(std::string defaultAppVersion) {
+  settings_.appVersion = std::move(defaultAppVersion);
+}
+
+TallixSettings TallixGlobalVariableStorage::settings() const {
+  std::lock_guard lock(mutex_);
+  return settings_;
+}
+
+bool TallixGlobalVariableStorage::markStartSessionCalled() {
+  return !startSessionCalled_.exchange(true);
+}
+
+template <typename Each>
+void TallixGlobalVariableStorage::forEachMap(Each&& each) {
+  for (TallixPersistentMap* map : {&globals_, &cookies_, &urls_, &beaconUrls_, &beaconPrepUrls_})
+    each(*map);
+}
+
+void TallixGlobalVariableStorage::setApiKey(std::string_view apiKey,
+                                            const std::filesystem::path& directory) {
+  std::string trimmed(apiKey);
+  std::erase(trimmed, ' ');
+  TallixLog::debug("Tallix: Trim white space and use apiKey[%s]", trimmed.c_str());
+  const TallixFilePaths paths(directory, trimmed);
+  forEachMap([&](TallixPersistentMap& map) { map.loadFrom(paths.persistentMap(map.name())); });
+  if (globals_.valueForKey(kOptOutKey).value_or(false) == Value(true))
+    optedOut_ = true;
+  update([&](TallixSettings& settings) { settings.apiKey = std::move(trimmed); });
+}
+
+void TallixGlobalVariableStorage::setOptOut(bool optOut) {
+  optedOut_ = optOut;
+  globals_.setValue(kOptOutKey, optOut);
+}
+
+void TallixGlobalVariableStorage::recordOrigin(const std::string& originName,
+                                               const std::string& originVersion,
+                                               const Value& parameters) {
+  Value::Dictionary origin;
+  if (const auto* entries = parameters.dictionary())
+    origin = *entries;
+  origin.insert_or_assign("originName", originName);
+  origin.insert_or_assign("originVersion", originVersion);
+  update([&](TallixSettings& settings) { settings.originSets.emplace_back(std::move(origin)); });
+}
+
+void TallixGlobalVariableStorage::recordSessionProperties(const Value& properties) {
+  if (!properties.dictionary())
+    return;
+  update([&](TallixSettings& settings) { settings.sessionParameters = properties; });
+}
+
+void TallixGlobalVariableStorage::savePersistentGlobalsToDisk() {
+  forEachMap([](const TallixPersistentMap& map) {
+    if (!map.save()) {
+      const auto path = map.path();
+      TallixLog::debug("%s: map not saved to disk at path[%s]",
+                       "-[TallixGlobalVariableStorage savePersistentGlobalsToDisk]",
+                       path ? path->c_str() : "(none)");
+    }
+  });
+}
+
+}  // namespace tallix

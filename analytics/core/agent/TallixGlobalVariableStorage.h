@@ -1,0 +1,60 @@
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "analytics/core/agent/TallixPersistentMap.h"
+#include "analytics/core/agent/TallixSettings.h"
+
+namespace tallix {
+
+// The agent's process-wide settings and the maps it keeps on disk per API key. Calls come from
+// any application thread and from the agent queue; one lock guards the settings.
+class TallixGlobalVariableStorage {
+ public:
+  explicit TallixGlobalVariableStorage(std::string defaultAppVersion);
+
+  TallixSettings settings() const;
+  template <typename Change>
+  void update(Change&& change) {
+    std::lock_guard lock(mutex_);
+    change(settings_);
+  }
+
+  // True for the first caller only: the agent starts once per process.
+  bool markStartSessionCalled();
+  // Removes every space from the key, keeps it, and loads the key's persistent maps.
+  void setApiKey(std::string_view apiKey, const std::filesystem::path& directory);
+  void recordOrigin(const std::string& originName, const std::string& originVersion,
+                    const foundation::Value& parameters);
+  void recordSessionProperties(const foundation::Value& properties);
+
+  bool hasUserOptedOut() const { return optedOut_.load(std::memory_order_relaxed); }
+  void setOptOut(bool optOut);
+
+  TallixPersistentMap& persistentGlobalsMap() { return globals_; }
+  TallixPersistentMap& persistentCookiesMap() { return cookies_; }
+  TallixPersistentMap& persistentUrlsMap() { return urls_; }
+  TallixPersistentMap& persistentBeaconUrlsMap() { return beaconUrls_; }
+  TallixPersistentMap& persistentBeaconPrepUrlsMap() { return beaconPrepUrls_; }
+  void savePersistentGlobalsToDisk();
+
+ private:
+  template <typename Each>
+  void forEachMap(Each&& each);
+
+  mutable std::mutex mutex_;
+  TallixSettings settings_;
+  std::atomic<bool> startSessionCalled_{false};
+  std::atomic<bool> optedOut_{false};
+  TallixPersistentMap globals_{"persistentGlobalsMap"};
+  TallixPersistentMap cookies_{"persistentCookiesMap"};
+  TallixPersistentMap urls_{"persistentUrlsMap"};
+  TallixPersistentMap beaconUrls_{"persistentBeaconUrlsMap"};
+  TallixPersistentMap beaconPrepUrls_{"persistentBeaconPrepUrlsMap"};
+};
+
+}  // namespace tallix

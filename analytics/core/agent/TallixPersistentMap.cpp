@@ -1,0 +1,44 @@
+#include "analytics/core/agent/TallixPersistentMap.h"
+
+#include "foundation/KeyedArchiver.h"
+#include "foundation/KeyedUnarchiver.h"
+
+namespace tallix {
+
+using foundation::Value;
+
+void TallixPersistentMap::loadFrom(std::filesystem::path path) {
+  const auto archived = foundation::KeyedUnarchiver::unarchiveValueWithFile(path);
+  std::lock_guard lock(mutex_);
+  path_ = std::move(path);
+  entries_ = archived && archived->dictionary() ? *archived->dictionary() : Value::Dictionary{};
+}
+
+bool TallixPersistentMap::save() const {
+  // Written under the lock, so two saves never land in the wrong order.
+  std::lock_guard lock(mutex_);
+  return path_ && foundation::KeyedArchiver::archiveRootValue(Value(entries_), *path_);
+}
+
+std::optional<std::filesystem::path> TallixPersistentMap::path() const {
+  std::lock_guard lock(mutex_);
+  return path_;
+}
+
+std::optional<Value> TallixPersistentMap::valueForKey(std::string_view key) const {
+  std::lock_guard lock(mutex_);
+  const auto found = entries_.find(key);
+  return found == entries_.end() ? std::nullopt : std::optional<Value>(found->second);
+}
+
+void TallixPersistentMap::setValue(std::string_view key, Value value) {
+  std::lock_guard lock(mutex_);
+  entries_.insert_or_assign(std::string(key), std::move(value));
+}
+
+Value::Dictionary TallixPersistentMap::entries() const {
+  std::lock_guard lock(mutex_);
+  return entries_;
+}
+
+}  // namespace tallix

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+
+#include "analytics/core/session/TallixEventLog.h"
+#include "analytics/core/session/TallixSessionFields.h"
+#include "foundation/Archivable.h"
+#include "tallix/EventRecordResult.h"
+
+namespace tallix {
+
+struct TallixSessionContext;
+
+// One session of the application's use: its events, errors and attributes, and its lifecycle
+// of pauses, resumes and the end. Every operation runs on the agent queue; the session saves
+// itself after each change so that a killed process loses nothing.
+class TallixSession : public foundation::Archivable,
+                      public std::enable_shared_from_this<TallixSession> {
+ public:
+  static constexpr std::string_view kArchiveClassName = "TallixSession";
+  static constexpr int kSerializationVersion = 7;
+
+  // A fresh session: defaults, empty logs, the start measurements.
+  static std::shared_ptr<TallixSession> initWithAPIKey(
+      std::shared_ptr<const TallixSessionContext> context, std::string apiKey,
+      std::string appVersion, foundation::Date startDate);
+  // A session read back from its archive. It has no context: it can be reported, not run.
+  static std::shared_ptr<TallixSession> initWithCoder(foundation::KeyedUnarchiver& coder);
+  std::string_view archiveClassName() const override { return kArchiveClassName; }
+  void encodeWithCoder(foundation::KeyedArchiver& coder) const override;
+
+  // The id the facade reports: the start in milliseconds since 1970.
+  static std::string sessionIdFor(foundation::Date startTime);
+
+  const TallixSessionFields& fields() const { return fields_; }
+  // For the report, which refreshes a few fields from the settings as it writes them.
+  TallixSessionFields& mutableFields() { return fields_; }
+  const TallixEventLog& eventLog() const { return eventLog_; }
+
+  EventRecordResult recordEvent(const foundation::Value& eventName,
+                                const foundation::Value& parameters, bool timed);
+  void endTimedEvent(const std::string& eventName, const foundation::Value& parameters);
+  void endTimedEvents();
+
+  void recordErrorWithException(const std::string& errorId, const std::string& message,
+                                const std::string& exceptionName, const std::string& reason,
+                                std::optional<foundation::Value::Bytes> liveReport);
+  void recordErrorWithError(const std::string& errorId, const std::string& message,
+                            const std::error_code& error,
+                            std::optional<foundation::Value::Bytes> liveReport);
+  void recordError(const std::string& errorId, const std::string& message,
+                   const std::string& exceptionString, int errorType,
+                   std::optional<foundation::Value::Bytes> liveReport);
+  void recordPurchaseItem(const foundation::Value& item);
+
+  void setUserID(std::optional<std::string> userID);
+  void setGenderAsString(const std::string& gender);
+  void setAgeInYears(int years);
+  void setLatitude(double latitude, double longitude, double horizontalAccuracy,
+                   double verticalAccuracy);
+  void maybeIncrementPageView();
+
+  void setEventLoggingEnabled(bool enabled);
+  void setSessionReportsOnCloseEnabled(bool enabled);
+  void setSessionReportsOnPauseEnabled(bool enabled);
+  void setCrashReportingEnabled(bool enabled);
+  void setBackgroundSessionEnabled(bool enabled);
+  bool sessionReportsOnPauseEnabled() const { return reportsOnPause_; }
+
+  void pauseSession();
+  void markSessionAsResuming();
+  void resumeSession();
+  // Before the next session starts: keeps this one's report and clears its file.
+  void archiveSession();
+  void endSession();
+  void finishSession();
+  bool isPaused() const { return fields_.pauseTime.has_value(); }
+
+  // The next session, carrying the events still pending here into it.
+  std::shared_ptr<TallixSession> sessionWithNewEventsWithApiKey(std::string apiKey,
+                                                                foundation::Date startTime);
+  void adoptEvents(TallixEventLog::Events events);
+
+  void saveToDisk();
+  void resetSessionData();
+  void resetEventLogs();
+
+  std::int64_t totalEventCount() const;
+  std::int64_t timeIntervalSinceSessionStart(foundation::Date date) const;
+  std::int64_t sessionLength() const;
+
+ private:
+  TallixSession() = default;
+  const TallixSessionContext& context() const;
+  foundation::Date now() const;
+  void takeMeasurements(int phase);
+  void sendSessionsToServerIncludingCurrentSession();
+
+  std::shared_ptr<const TallixSessionContext> context_;
+  TallixSessionFields fields_;
+  TallixEventLog eventLog_;
+  bool eventLoggingEnabled_ = true;
+  bool reportsOnClose_ = true;
+  bool reportsOnPause_ = false;
+  bool crashReportingEnabled_ = false;
+};
+
+}  // namespace tallix

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <exception>
+
+namespace tallix {
+
+// The last stop of anything thrown inside the agent: prints what was caught and swallows it,
+// so nothing the agent does can take the application down.
+class TallixExceptionHandler {
+ public:
+  static void handleException(std::exception_ptr caught) noexcept;
+
+  // Runs the work, handing anything it throws to handleException.
+  template <typename Work>
+  static void guarded(Work&& work) noexcept {
+    try {
+      work();
+    } catch (...) {
+      handleException(std::current_exception());
+    }
+  }
+};
+
+}  // namespace tallix
