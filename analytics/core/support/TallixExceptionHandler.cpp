@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <system_error>
+#include <typeinfo>
 
 #include "analytics/core/support/TallixLog.h"
 
@@ -14,14 +15,16 @@ namespace {
 
 constexpr const char* kRule = "Tallix: -----------------------------------------";
 
-std::string currentExceptionName() {
-  const std::type_info* type = abi::__cxa_current_exception_type();
-  if (!type)
-    return "unknown";
+std::string readableName(const std::type_info& type) {
   int status = 0;
   std::unique_ptr<char, decltype(&std::free)> readable(
-      abi::__cxa_demangle(type->name(), nullptr, nullptr, &status), &std::free);
-  return status == 0 && readable ? readable.get() : type->name();
+      abi::__cxa_demangle(type.name(), nullptr, nullptr, &status), &std::free);
+  return status == 0 && readable ? readable.get() : type.name();
+}
+
+std::string currentExceptionName() {
+  const std::type_info* type = abi::__cxa_current_exception_type();
+  return type ? readableName(*type) : "unknown";
 }
 
 void logError(const std::system_error& error) {
@@ -39,6 +42,10 @@ void logException(const std::string& name, const char* reason) {
 }
 
 }  // namespace
+
+std::string TallixExceptionHandler::typeName(const std::exception& exception) {
+  return readableName(typeid(exception));
+}
 
 void TallixExceptionHandler::handleException(std::exception_ptr caught) noexcept {
   if (!caught)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <string>
 
 namespace tallix {
 
@@ -9,6 +10,8 @@ namespace tallix {
 class TallixExceptionHandler {
  public:
   static void handleException(std::exception_ptr caught) noexcept;
+  // The exception's class, as a person reads it.
+  static std::string typeName(const std::exception& exception);
 
   // Runs the work, handing anything it throws to handleException.
   template <typename Work>

@@ -1,0 +1,225 @@
+#include "tallix/Tallix.h"
+
+#include "analytics/core/agent/TallixAgent.h"
+#include "analytics/core/support/TallixAgentVersion.h"
+#include "analytics/core/support/TallixExceptionHandler.h"
+#include "analytics/core/support/TallixLog.h"
+
+namespace tallix {
+
+using foundation::Value;
+
+namespace {
+
+// Runs a facade call on the shared agent: refused while the user has opted out, and nothing
+// thrown inside gets out.
+template <typename Result, typename Work>
+Result call(const char* method, Result refused, Work&& work) {
+  try {
+    TallixAgent& agent = TallixAgent::shared();
+    if (agent.hasUserOptedOut()) {
+      TallixLog::refusal("Tallix: %s disabled.", method);
+      return refused;
+    }
+    return work(agent);
+  } catch (...) {
+    TallixExceptionHandler::handleException(std::current_exception());
+    return refused;
+  }
+}
+
+template <typename Work>
+void call(const char* method, Work&& work) {
+  call(method, 0, [&](TallixAgent& agent) {
+    work(agent);
+    return 0;
+  });
+}
+
+// For the calls that must work whatever the user chose: the choice itself, and the start,
+// which checks it once the user's earlier choice is read from disk.
+template <typename Work>
+void unrefused(Work&& work) {
+  TallixExceptionHandler::guarded([&] { work(TallixAgent::shared()); });
+}
+
+}  // namespace
+
+void Tallix::setApplication(std::shared_ptr<TallixApplication> application) {
+  unrefused([&](TallixAgent& agent) { agent.setApplication(std::move(application)); });
+}
+
+void Tallix::startSession(const std::string& apiKey) {
+  unrefused([&](TallixAgent& agent) { agent.startSession(apiKey); });
+}
+
+void Tallix::startSession(const std::string& apiKey, const Value& launchOptions) {
+  unrefused([&](TallixAgent& agent) { agent.startSession(apiKey, launchOptions); });
+}
+
+void Tallix::setAppVersion(const std::string& version) {
+  call("+[Tallix setAppVersion:]", [&](TallixAgent& agent) { agent.setAppVersion(version); });
+}
+
+void Tallix::setSessionContinueSeconds(int seconds) {
+  call("+[Tallix setSessionContinueSeconds:]",
+       [&](TallixAgent& agent) { agent.setSessionContinueSeconds(seconds); });
+}
+
+int Tallix::sessionContinueSeconds() {
+  return call("+[Tallix sessionContinueSeconds]", 0,
+              [](TallixAgent& agent) { return agent.sessionContinueSeconds(); });
+}
+
+void Tallix::setMaxSessionsSaved(int maximum) {
+  call("+[Tallix setMaxSessionsSaved:]",
+       [&](TallixAgent& agent) { agent.setMaxSessionsSaved(maximum); });
+}
+
+void Tallix::setLogLevel(int level) {
+  call("+[Tallix setLogLevel:]", [&](TallixAgent&) { TallixLog::setLogLevel(level); });
+}
+
+void Tallix::setDebugLogEnabled(bool enabled) {
+  call("+[Tallix setDebugLogEnabled:]", [&](TallixAgent&) {
+    TallixLog::setLogLevel(enabled ? TallixLog::kDebugLevel : TallixLog::kRefusalLevel);
+  });
+}
+
+void Tallix::setShowErrorInLogEnabled(bool enabled) {
+  call("+[Tallix setShowErrorInLogEnabled:]",
+       [&](TallixAgent& agent) { agent.setShowErrorInLogEnabled(enabled); });
+}
+
+EventRecordResult Tallix::logEvent(const Value& eventName, const Value& parameters, bool timed) {
+  return call("+[Tallix logEvent:withParameters:timed:]", EventRecordResult::Invalid,
+              [&](TallixAgent& agent) { return agent.logEvent(eventName, parameters, timed); });
+}
+
+EventRecordResult Tallix::logEvent(const Value& eventName, bool timed) {
+  return call("+[Tallix logEvent:timed:]", EventRecordResult::Invalid,
+              [&](TallixAgent& agent) { return agent.logEvent(eventName, Value(), timed); });
+}
+
+void Tallix::endTimedEvent(const Value& eventName, const Value& parameters) {
+  call("+[Tallix endTimedEvent:withParameters:]",
+       [&](TallixAgent& agent) { agent.endTimedEvent(eventName, parameters); });
+}
+
+void Tallix::logError(const Value& errorId, const Value& message, std::exception_ptr exception) {
+  call("+[Tallix logError:message:exception:]",
+       [&](TallixAgent& agent) { agent.logError(errorId, message, exception); });
+}
+
+void Tallix::logError(const Value& errorId, const Value& message, const std::error_code& error) {
+  call("+[Tallix logError:message:error:]",
+       [&](TallixAgent& agent) { agent.logError(errorId, message, error); });
+}
+
+void Tallix::setUserID(const std::string& userID) {
+  call("+[Tallix setUserID:]", [&](TallixAgent& agent) { agent.setUserID(userID); });
+}
+
+void Tallix::setGender(const Value& gender) {
+  call("+[Tallix setGender:]", [&](TallixAgent& agent) { agent.setGender(gender); });
+}
+
+void Tallix::setAge(int age) {
+  call("+[Tallix setAge:]", [&](TallixAgent& agent) { agent.setAge(age); });
+}
+
+void Tallix::setLatitude(double latitude, double longitude, double horizontalAccuracy,
+                         double verticalAccuracy) {
+  call("+[Tallix setLatitude:longitude:horizontalAccuracy:verticalAccuracy:]",
+       [&](TallixAgent& agent) {
+         agent.setLatitude(latitude, longitude, horizontalAccuracy, verticalAccuracy);
+       });
+}
+
+void Tallix::setEventLoggingEnabled(bool enabled) {
+  call("+[Tallix setEventLoggingEnabled:]",
+       [&](TallixAgent& agent) { agent.setEventLoggingEnabled(enabled); });
+}
+
+void Tallix::setSessionReportsOnCloseEnabled(bool enabled) {
+  call("+[Tallix setSessionReportsOnCloseEnabled:]",
+       [&](TallixAgent& agent) { agent.setSessionReportsOnCloseEnabled(enabled); });
+}
+
+void Tallix::setSessionReportsOnPauseEnabled(bool enabled) {
+  call("+[Tallix setSessionReportsOnPauseEnabled:]",
+       [&](TallixAgent& agent) { agent.setSessionReportsOnPauseEnabled(enabled); });
+}
+
+void Tallix::setCrashReportingEnabled(bool enabled) {
+  call("+[Tallix setCrashReportingEnabled:]",
+       [&](TallixAgent& agent) { agent.setCrashReportingEnabled(enabled); });
+}
+
+void Tallix::setBackgroundSessionEnabled(bool enabled) {
+  call("+[Tallix setBackgroundSessionEnabled:]",
+       [&](TallixAgent& agent) { agent.setBackgroundSessionEnabled(enabled); });
+}
+
+void Tallix::addSessionOrigin(const Value& name, const Value& deepLink) {
+  call("+[Tallix addSessionOrigin:withDeepLink:]",
+       [&](TallixAgent& agent) { agent.addSessionOrigin(name, deepLink); });
+}
+
+void Tallix::addOrigin(const Value& name, const Value& version, const Value& parameters) {
+  call("+[Tallix addOrigin:withVersion:withParameters:]",
+       [&](TallixAgent& agent) { agent.addOrigin(name, version, parameters); });
+}
+
+void Tallix::sessionProperties(const Value& properties) {
+  call("+[Tallix sessionProperties:]",
+       [&](TallixAgent& agent) { agent.sessionProperties(properties); });
+}
+
+bool Tallix::activeSessionExists() {
+  return call("+[Tallix activeSessionExists]", false,
+              [](TallixAgent& agent) { return agent.activeSessionExists(); });
+}
+
+std::string Tallix::getSessionID() {
+  return call("+[Tallix getSessionID]", std::string(),
+              [](TallixAgent& agent) { return agent.getSessionID(); });
+}
+
+std::string Tallix::getTallixAgentVersion() {
+  return call("+[Tallix getTallixAgentVersion]", std::string(),
+              [](TallixAgent&) { return TallixAgentVersion::getAgentVersion(); });
+}
+
+void Tallix::setDelegate(std::weak_ptr<TallixDelegate> delegate) {
+  call("+[Tallix setDelegate:]", [&](TallixAgent& agent) { agent.setDelegate(delegate); });
+}
+
+void Tallix::pauseSession() {
+  call("+[Tallix pauseSession]", [](TallixAgent& agent) { agent.pauseSession(); });
+}
+
+void Tallix::pauseBackgroundSession() {
+  call("+[Tallix pauseBackgroundSession]",
+       [](TallixAgent& agent) { agent.pauseBackgroundSession(); });
+}
+
+void Tallix::endSession() {
+  call("+[Tallix endSession]", [](TallixAgent& agent) { agent.endSession(); });
+}
+
+void Tallix::setTallixOptOut(bool optOut) {
+  unrefused([&](TallixAgent& agent) { agent.setTallixOptOut(optOut); });
+}
+
+bool Tallix::hasUserOptedOut() {
+  bool optedOut = false;
+  unrefused([&](TallixAgent& agent) { optedOut = agent.hasUserOptedOut(); });
+  return optedOut;
+}
+
+void Tallix::shutdown() {
+  call("+[Tallix shutdown]", [](TallixAgent& agent) { agent.shutdown(); });
+}
+
+}  // namespace tallix

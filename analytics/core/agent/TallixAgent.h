@@ -1,0 +1,121 @@
+#pragma once
+
+#include <chrono>
+#include <exception>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <system_error>
+
+#include "analytics/core/agent/TallixEnvironment.h"
+#include "analytics/core/agent/TallixHeartBeater.h"
+#include "analytics/core/agent/TallixImpl.h"
+#include "analytics/core/report/TallixSessionRecordWriter.h"
+#include "analytics/core/report/TallixTrackedProperties.h"
+#include "analytics/core/settings/TallixGlobalVariableStorage.h"
+#include "foundation/Value.h"
+#include "tallix/EventRecordResult.h"
+#include "tallix/TallixApplication.h"
+
+namespace tallix {
+
+class TallixApplicationStateObserver;
+class TallixDelegate;
+
+// One analytics agent: its settings, its current session and the lifecycle that follows the
+// application's state. The facade's class methods work on the shared one; tests make their
+// own with a clock and a directory of their choosing. Arguments are checked here, on the
+// caller's thread; session work goes to the agent queue.
+class TallixAgent {
+ public:
+  static TallixAgent& shared();
+
+  explicit TallixAgent(TallixEnvironment environment = {});
+  ~TallixAgent();
+  TallixAgent(const TallixAgent&) = delete;
+  TallixAgent& operator=(const TallixAgent&) = delete;
+
+  void setApplication(std::shared_ptr<TallixApplication> application);
+  void startSession(const std::string& apiKey);
+  void startSession(const std::string& apiKey, const foundation::Value& launchOptions);
+  void pauseSession();
+  void pauseBackgroundSession();
+  void endSession();
+  void shutdown();
+
+  void setAppVersion(const std::string& version);
+  void setSessionContinueSeconds(int seconds);
+  int sessionContinueSeconds() const;
+  void setMaxSessionsSaved(int maximum);
+  void setEventLoggingEnabled(bool enabled);
+  void setSessionReportsOnCloseEnabled(bool enabled);
+  void setSessionReportsOnPauseEnabled(bool enabled);
+  void setCrashReportingEnabled(bool enabled);
+  void setBackgroundSessionEnabled(bool enabled);
+  void setTallixOptOut(bool optOut);
+  bool hasUserOptedOut() const { return storage_.hasUserOptedOut(); }
+  void setShowErrorInLogEnabled(bool enabled);
+  void setDelegate(std::weak_ptr<TallixDelegate> delegate);
+
+  EventRecordResult logEvent(const foundation::Value& eventName,
+                             const foundation::Value& parameters, bool timed);
+  void endTimedEvent(const foundation::Value& eventName, const foundation::Value& parameters);
+  void logError(const foundation::Value& errorId, const foundation::Value& message,
+                std::exception_ptr exception);
+  void logError(const foundation::Value& errorId, const foundation::Value& message,
+                const std::error_code& error);
+
+  void setUserID(const std::string& userID);
+  void setGender(const foundation::Value& gender);
+  void setAge(int age);
+  void setLatitude(double latitude, double longitude, double horizontalAccuracy,
+                   double verticalAccuracy);
+  void addSessionOrigin(const foundation::Value& name, const foundation::Value& deepLink = {});
+  void addOrigin(const foundation::Value& name, const foundation::Value& version,
+                 const foundation::Value& parameters = {});
+  void sessionProperties(const foundation::Value& properties);
+
+  bool activeSessionExists() const { return impl_.hasSession(); }
+  std::string getSessionID() const { return impl_.sessionId(); }
+
+  // The application's state changes, as its notifications deliver them.
+  void applicationWillResignActive();
+  void applicationWillEnterForeground();
+  void applicationDidBecomeActive();
+  void applicationWillTerminate();
+  void didFinishLaunchingWithOptionsInBackground(const foundation::Value& launchOptions);
+
+  // Waits, at most the limit, until queued session work has run and is on disk.
+  bool waitUntilIdle(std::chrono::milliseconds limit) { return impl_.waitUntilIdle(limit); }
+
+ private:
+  std::shared_ptr<TallixApplication> application() const;
+  std::filesystem::path fileDirectory() const;
+  void startupNetworkAndSendSession();
+  void createAndSendSession();
+  void copySettingsIntoSession();
+  void tellDelegate(const std::string& apiKey, const std::string& sessionId);
+  std::optional<foundation::Value::Bytes> liveCrashReport() const;
+  void recordError(const foundation::Value& errorId, const foundation::Value& message,
+                   std::function<void(TallixSession&, const std::string&, const std::string&,
+                                      std::optional<foundation::Value::Bytes>)>
+                       record);
+  void setApplicationState(ApplicationState state);
+
+  TallixEnvironment environment_;
+  foundation::NotificationCenter& center_;
+  TallixGlobalVariableStorage storage_;
+  mutable std::mutex mutex_;
+  std::shared_ptr<TallixApplication> application_;
+  std::weak_ptr<TallixDelegate> delegate_;
+  bool showErrorInLog_ = false;
+  std::unique_ptr<TallixTrackedProperties> trackedProperties_;
+  std::unique_ptr<TallixSessionRecordWriter> recordWriter_;
+  TallixImpl impl_;
+  TallixHeartBeater heartBeater_;
+  // Last: gone first, so no notification reaches a half-destroyed agent.
+  std::unique_ptr<TallixApplicationStateObserver> stateObserver_;
+};
+
+}  // namespace tallix

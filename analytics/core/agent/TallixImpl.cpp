@@ -1,0 +1,130 @@
+#include "analytics/core/agent/TallixImpl.h"
+
+#include <future>
+
+#include "analytics/core/agent/TallixDeviceSessionMeasurements.h"
+#include "analytics/core/model/TallixLimits.h"
+#include "analytics/core/session/TallixSavedSessions.h"
+#include "analytics/core/session/TallixSession.h"
+#include "analytics/core/session/TallixSessionContext.h"
+#include "analytics/core/session/TallixSessionFactory.h"
+#include "analytics/core/support/TallixClock.h"
+#include "analytics/core/support/TallixExceptionHandler.h"
+
+namespace tallix {
+
+using foundation::Date;
+using foundation::Value;
+
+// What exists once the API key is known: the files, the saved sessions and the context the
+// sessions run in.
+struct TallixImpl::KeyedParts {
+  TallixDeviceSessionMeasurements measurements;
+  std::unique_ptr<TallixSavedSessions> savedSessions;
+  std::shared_ptr<const TallixSessionContext> context;
+  std::unique_ptr<TallixSessionFactory> factory;
+};
+
+TallixImpl::TallixImpl(Parts parts) : parts_(std::move(parts)) {}
+
+TallixImpl::~TallixImpl() {
+  queue_.sync([this] { saver_.flush(); });
+}
+
+TallixImpl::KeyedParts& TallixImpl::keyedParts(const std::string& apiKey,
+                                               const std::filesystem::path& directory,
+                                               RecordWriter recordOf) {
+  if (keyed_)
+    return *keyed_;
+  const TallixFilePaths paths(directory, apiKey);
+  keyed_ = std::unique_ptr<KeyedParts>(new KeyedParts{TallixDeviceSessionMeasurements(directory)});
+  keyed_->savedSessions =
+      std::make_unique<TallixSavedSessions>(paths.savedSessions(), parts_.settings, recordOf);
+  keyed_->context = std::make_shared<const TallixSessionContext>(TallixSessionContext{
+      parts_.clock, parts_.settings, counters_, paths, *keyed_->savedSessions, saver_,
+      keyed_->measurements, std::move(recordOf), parts_.notificationCenter, parts_.dataSender,
+      parts_.crashCapture});
+  keyed_->factory = std::make_unique<TallixSessionFactory>(keyed_->context);
+  return *keyed_;
+}
+
+Date TallixImpl::setupForApiKey(const std::string& apiKey,
+                                const std::filesystem::path& agentDirectory,
+                                RecordWriter recordOf) {
+  const Date startTime = parts_.clock.now();
+  queue_.async([=, this, recordOf = std::move(recordOf)]() mutable {
+    TallixExceptionHandler::guarded([&] {
+      auto& factory = *keyedParts(apiKey, agentDirectory, std::move(recordOf)).factory;
+      counters_.resetAll();
+      std::shared_ptr<TallixSession> next;
+      if (session_) {
+        session_->archiveSession();
+        next = factory.sessionWithNewEventsWithApiKey(*session_, apiKey, startTime, takePreCache());
+      } else {
+        next = factory.sessionWithApiKey(apiKey, startTime, takePreCache());
+      }
+      installSession(std::move(next));
+    });
+  });
+  return startTime;
+}
+
+std::vector<TallixPreCacheEvent> TallixImpl::takePreCache() {
+  std::lock_guard lock(preCacheMutex_);
+  hasSession_.store(true, std::memory_order_release);
+  return std::exchange(logEventPreCache_, {});
+}
+
+void TallixImpl::installSession(std::shared_ptr<TallixSession> session) {
+  session_ = std::move(session);
+  {
+    std::lock_guard lock(sessionIdMutex_);
+    sessionId_ = TallixSession::sessionIdFor(session_->fields().startTime);
+  }
+  published_.store(session_);
+}
+
+std::string TallixImpl::sessionId() const {
+  std::lock_guard lock(sessionIdMutex_);
+  return sessionId_;
+}
+
+EventRecordResult TallixImpl::recordEvent(const Value& eventName, const Value& parameters,
+                                          bool timed) {
+  if (!hasSession()) {
+    std::unique_lock lock(preCacheMutex_);
+    if (!hasSession()) {
+      logEventPreCache_.push_back(TallixPreCacheEvent{eventName, parameters, timed});
+      return EventRecordResult::Deferred;
+    }
+  }
+  const auto current = published_.load();
+  EventRecordResult predicted = EventRecordResult::Recorded;
+  if (current && current->eventLog().distinctNameCount() >= kMaxDistinctEventNames)
+    predicted = EventRecordResult::NameLimitReached;
+  else if (current && current->eventLog().loggedEventCount() >= kMaxLoggedEvents)
+    predicted = EventRecordResult::LogFullOrDisabled;
+  async([eventName, parameters, timed](TallixSession& session) {
+    session.recordEvent(eventName, parameters, timed);
+  });
+  return predicted;
+}
+
+void TallixImpl::async(SessionWork work) {
+  queue_.async([this, work = std::move(work)] {
+    if (session_)
+      TallixExceptionHandler::guarded([&] { work(*session_); });
+  });
+}
+
+bool TallixImpl::waitUntilIdle(std::chrono::milliseconds limit) {
+  auto done = std::make_shared<std::promise<void>>();
+  auto finished = done->get_future();
+  queue_.async([this, done] {
+    saver_.flush();
+    done->set_value();
+  });
+  return finished.wait_for(limit) == std::future_status::ready;
+}
+
+}  // namespace tallix

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "analytics/core/model/TallixAutoIncrement.h"
+#include "analytics/core/model/TallixPreCacheEvent.h"
+#include "analytics/core/session/TallixSessionSaver.h"
+#include "foundation/Date.h"
+#include "foundation/DispatchQueue.h"
+#include "tallix/EventRecordResult.h"
+
+namespace foundation {
+class NotificationCenter;
+}
+
+namespace tallix {
+
+class TallixClock;
+class TallixCrashCapture;
+class TallixDataSending;
+class TallixGlobalVariableStorage;
+class TallixSession;
+class TallixSessionFactory;
+struct TallixSessionContext;
+
+// The current session's proxy: every session operation goes onto the agent's serial queue,
+// so callers on any thread never wait for the session or its files. Events logged before the
+// first session are kept and replayed into it.
+class TallixImpl {
+ public:
+  using SessionWork = std::function<void(TallixSession&)>;
+  using RecordWriter = std::function<std::optional<foundation::Value::Bytes>(TallixSession&)>;
+
+  struct Parts {
+    const TallixClock& clock;
+    TallixGlobalVariableStorage& settings;
+    foundation::NotificationCenter& notificationCenter;
+    std::shared_ptr<TallixDataSending> dataSender;
+    std::shared_ptr<TallixCrashCapture> crashCapture;
+  };
+
+  explicit TallixImpl(Parts parts);
+  ~TallixImpl();
+  TallixImpl(const TallixImpl&) = delete;
+  TallixImpl& operator=(const TallixImpl&) = delete;
+
+  foundation::DispatchQueue& queue() { return queue_; }
+
+  // Starts a new current session now: the previous one, if any, is archived and hands over
+  // the events it still holds. Returns the new session's start.
+  foundation::Date setupForApiKey(const std::string& apiKey,
+                                  const std::filesystem::path& agentDirectory,
+                                  RecordWriter recordOf);
+
+  bool hasSession() const { return hasSession_.load(std::memory_order_acquire); }
+  // The current session's id, or "" before the first.
+  std::string sessionId() const;
+
+  // Answers at once with the predicted result; records on the queue, or keeps the event for
+  // the first session.
+  EventRecordResult recordEvent(const foundation::Value& eventName,
+                                const foundation::Value& parameters, bool timed);
+  // Runs the work on the queue against the current session; nothing before the first.
+  void async(SessionWork work);
+  // Waits, at most the limit, for the queue to run what it has and the session to be on disk.
+  bool waitUntilIdle(std::chrono::milliseconds limit);
+
+ private:
+  struct KeyedParts;
+
+  void installSession(std::shared_ptr<TallixSession> session);
+  std::vector<TallixPreCacheEvent> takePreCache();
+  KeyedParts& keyedParts(const std::string& apiKey, const std::filesystem::path& directory,
+                         RecordWriter recordOf);
+
+  Parts parts_;
+  TallixAutoIncrement counters_;
+  std::unique_ptr<KeyedParts> keyed_;
+  std::shared_ptr<TallixSession> session_;  // the queue's own
+  std::atomic<std::shared_ptr<const TallixSession>> published_;
+  mutable std::mutex sessionIdMutex_;
+  std::string sessionId_;
+  std::atomic<bool> hasSession_{false};
+  std::mutex preCacheMutex_;
+  std::vector<TallixPreCacheEvent> logEventPreCache_;
+  TallixSessionSaver saver_{queue_};
+  // Declared last: destroyed first, running what is queued while everything it uses stands.
+  foundation::DispatchQueue queue_{"com.Tallix.Analytics.Session",
+                                   foundation::QualityOfService::Utility};
+};
+
+}  // namespace tallix

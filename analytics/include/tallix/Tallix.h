@@ -1,0 +1,81 @@
+#pragma once
+
+#include <exception>
+#include <memory>
+#include <string>
+#include <system_error>
+
+#include "foundation/Value.h"
+#include "tallix/EventRecordResult.h"
+#include "tallix/TallixApplication.h"
+#include "tallix/TallixDelegate.h"
+
+namespace tallix {
+
+// The application's one way into the analytics agent. Every method may be called from any
+// thread, never throws and never waits for disk or network: session work runs on the agent's
+// own queue. While the user has opted out, calls are refused. Names, messages and dictionaries
+// are dynamic values, so a caller passing the wrong kind is told so instead of recorded.
+class Tallix {
+ public:
+  Tallix() = delete;
+
+  // Before startSession: what the agent should know of the application. Without one, the
+  // program counts as a command-line program that is always active.
+  static void setApplication(std::shared_ptr<TallixApplication> application);
+  // Starts the agent with the project's key; only the first call of a process counts.
+  static void startSession(const std::string& apiKey);
+  static void startSession(const std::string& apiKey, const foundation::Value& launchOptions);
+
+  static void setAppVersion(const std::string& version);
+  static void setSessionContinueSeconds(int seconds);
+  static int sessionContinueSeconds();
+  static void setMaxSessionsSaved(int maximum);
+  static void setLogLevel(int level);
+  static void setDebugLogEnabled(bool enabled);
+  static void setShowErrorInLogEnabled(bool enabled);
+
+  static EventRecordResult logEvent(const foundation::Value& eventName,
+                                    const foundation::Value& parameters = {}, bool timed = false);
+  static EventRecordResult logEvent(const foundation::Value& eventName, bool timed);
+  static void endTimedEvent(const foundation::Value& eventName,
+                            const foundation::Value& parameters = {});
+  // The exception may be null; from a catch block, pass std::current_exception().
+  static void logError(const foundation::Value& errorId, const foundation::Value& message,
+                       std::exception_ptr exception);
+  static void logError(const foundation::Value& errorId, const foundation::Value& message,
+                       const std::error_code& error);
+
+  static void setUserID(const std::string& userID);
+  static void setGender(const foundation::Value& gender);
+  static void setAge(int age);
+  static void setLatitude(double latitude, double longitude, double horizontalAccuracy,
+                          double verticalAccuracy);
+
+  static void setEventLoggingEnabled(bool enabled);
+  static void setSessionReportsOnCloseEnabled(bool enabled);
+  static void setSessionReportsOnPauseEnabled(bool enabled);
+  static void setCrashReportingEnabled(bool enabled);
+  static void setBackgroundSessionEnabled(bool enabled);
+
+  static void addSessionOrigin(const foundation::Value& name,
+                               const foundation::Value& deepLink = {});
+  static void addOrigin(const foundation::Value& name, const foundation::Value& version,
+                        const foundation::Value& parameters = {});
+  static void sessionProperties(const foundation::Value& properties);
+
+  static bool activeSessionExists();
+  static std::string getSessionID();
+  static std::string getTallixAgentVersion();
+  static void setDelegate(std::weak_ptr<TallixDelegate> delegate);
+
+  static void pauseSession();
+  static void pauseBackgroundSession();
+  static void endSession();
+  static void setTallixOptOut(bool optOut);
+  static bool hasUserOptedOut();
+  // Ends the session and stops the agent's timers; waits at most two seconds for the disk.
+  static void shutdown();
+};
+
+}  // namespace tallix

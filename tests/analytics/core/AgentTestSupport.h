@@ -1,0 +1,126 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "analytics/core/model/TallixAutoIncrement.h"
+#include "analytics/core/report/TallixSessionRecordWriter.h"
+#include "analytics/core/report/TallixTrackedProperties.h"
+#include "analytics/core/session/TallixSavedSessions.h"
+#include "analytics/core/session/TallixSession.h"
+#include "analytics/core/session/TallixSessionContext.h"
+#include "analytics/core/session/TallixSessionFactory.h"
+#include "analytics/core/session/TallixSessionMeasurements.h"
+#include "analytics/core/session/TallixSessionSaver.h"
+#include "analytics/core/settings/TallixGlobalVariableStorage.h"
+#include "analytics/core/support/TallixClock.h"
+#include "foundation/DispatchQueue.h"
+#include "foundation/KeyedUnarchiver.h"
+#include "foundation/NotificationCenter.h"
+#include "TemporaryDirectory.h"
+#include "tallix/TallixApplication.h"
+
+namespace tallix {
+
+// 2026-11-23 09:00:00 UTC: a whole second, so offsets added in tests stay exact enough.
+inline constexpr double kTestEpoch = 1795424400.0;
+
+// A clock that moves only when a test moves it.
+class ManualClock : public TallixClock {
+ public:
+  foundation::Date now() const override {
+    return foundation::Date::fromTimeIntervalSince1970(seconds_.load());
+  }
+  void advance(double seconds) { seconds_ = seconds_.load() + seconds; }
+
+ private:
+  std::atomic<double> seconds_{kTestEpoch};
+};
+
+// Fixed readings, so sessions compare equal across runs.
+class FixedMeasurements : public TallixSessionMeasurements {
+ public:
+  void measure(int phase, TallixSessionFields::Strings& sessionParams) override {
+    sessionParams.insert_or_assign(phase == kStartPhase ? "cpu.load.start" : "cpu.load.end",
+                                   "0.50");
+  }
+  std::string locale() override { return "de_DE"; }
+  std::string timeZone() override { return "Europe/Berlin"; }
+};
+
+// A session's surroundings without the agent: settings, counters, saver, saved sessions and
+// the real record writer, over a fresh directory. Session work runs on the harness's queue,
+// as the agent runs it.
+class SessionHarness {
+ public:
+  static constexpr const char* kApiKey = "TESTKEY";
+
+  SessionHarness()
+      : paths(directory.path(), kApiKey),
+        tracked(settings.persistentGlobalsMap()),
+        writer(settings, clock, tracked),
+        saved(paths.savedSessions(), settings, recordOf()),
+        context(std::make_shared<const TallixSessionContext>(
+            TallixSessionContext{clock, settings, counters, paths, saved, saver, measurements,
+                                 recordOf(), center, nullptr, nullptr})),
+        factory(context) {}
+
+  ~SessionHarness() { run([this] { saver.flush(); }); }
+
+  template <typename Work>
+  auto run(Work&& work) {
+    return queue.sync(std::forward<Work>(work));
+  }
+
+  std::shared_ptr<TallixSession> newSession() {
+    return run([this] { return factory.sessionWithApiKey(kApiKey, clock.now(), {}); });
+  }
+
+  std::shared_ptr<TallixSession> readCurrentSessionFile() {
+    run([this] { saver.flush(); });
+    return foundation::KeyedUnarchiver::unarchiveObjectWithFile<TallixSession>(
+        paths.currentSession());
+  }
+
+  foundation::TemporaryDirectory directory;
+  ManualClock clock;
+  TallixGlobalVariableStorage settings{"1.0"};
+  TallixAutoIncrement counters;
+  FixedMeasurements measurements;
+  foundation::NotificationCenter center;
+  TallixFilePaths paths;
+  TallixTrackedProperties tracked;
+  TallixSessionRecordWriter writer;
+  foundation::DispatchQueue queue{"test.session"};
+  TallixSessionSaver saver{queue};
+  TallixSavedSessions saved;
+  std::shared_ptr<const TallixSessionContext> context;
+  TallixSessionFactory factory;
+
+ private:
+  TallixSavedSessions::RecordWriter recordOf() {
+    return [this](TallixSession& session) { return writer.data(session); };
+  }
+};
+
+// A desktop application under the test's control.
+class TestApplication : public TallixApplication {
+ public:
+  explicit TestApplication(std::filesystem::path dataDirectory)
+      : dataDirectory_(std::move(dataDirectory)) {}
+  ApplicationState applicationState() const override { return state; }
+  std::string bundleIdentifier() const override { return "org.orvane.Test"; }
+  std::string bundleVersion() const override { return "2.5"; }
+  std::filesystem::path dataDirectory() const override { return dataDirectory_; }
+
+  std::atomic<ApplicationState> state{ApplicationState::Active};
+
+ private:
+  std::filesystem::path dataDirectory_;
+};
+
+}  // namespace tallix

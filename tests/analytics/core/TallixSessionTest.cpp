@@ -1,0 +1,226 @@
+#include "analytics/core/session/TallixSession.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "AgentTestSupport.h"
+
+namespace tallix {
+namespace {
+
+using foundation::Value;
+
+Value parameters(int count) {
+  Value::Dictionary entries;
+  for (int i = 0; i < count; ++i)
+    entries.emplace("key" + std::to_string(i), i);
+  return Value(std::move(entries));
+}
+
+class TallixSessionTest : public ::testing::Test {
+ protected:
+  EventRecordResult record(const std::string& name, const Value& params = {}, bool timed = false) {
+    return harness.run([&] { return session->recordEvent(name, params, timed); });
+  }
+
+  SessionHarness harness;
+  std::shared_ptr<TallixSession> session = harness.newSession();
+};
+
+TEST_F(TallixSessionTest, ParameterLimitRefusesTheEleventhAndMarksTheLogIncomplete) {
+  EXPECT_EQ(record("ten", parameters(10)), EventRecordResult::Recorded);
+  EXPECT_TRUE(session->eventLog().complete());
+  EXPECT_EQ(record("eleven", parameters(11)), EventRecordResult::TooManyParameters);
+  EXPECT_FALSE(session->eventLog().complete());
+  EXPECT_EQ(record(""), EventRecordResult::Invalid);
+  EXPECT_EQ(harness.run([&] { return session->recordEvent(Value(), {}, false); }),
+            EventRecordResult::Invalid);
+  EXPECT_EQ(session->eventLog().events().size(), 1u);
+  EXPECT_FALSE(session->eventLog().counts().contains("eleven"));
+}
+
+TEST_F(TallixSessionTest, NameLimitRefusesNewNamesButKeepsCountingKnownOnes) {
+  for (int i = 0; i < 100; ++i)
+    ASSERT_EQ(record("name" + std::to_string(i)), EventRecordResult::Recorded);
+  EXPECT_EQ(record("name100"), EventRecordResult::LogFullOrDisabled);
+  EXPECT_FALSE(session->eventLog().counts().contains("name100"));
+  EXPECT_EQ(record("name7"), EventRecordResult::Recorded);
+  EXPECT_EQ(session->eventLog().counts().at("name7"), 2);
+  EXPECT_EQ(session->eventLog().events().size(), 101u);
+}
+
+TEST_F(TallixSessionTest, EventsPastTheLogLimitAreCountedNotLogged) {
+  for (int i = 0; i < 1000; ++i)
+    ASSERT_EQ(record("tick"), EventRecordResult::Recorded);
+  EXPECT_TRUE(session->eventLog().complete());
+  EXPECT_EQ(record("tick"), EventRecordResult::LogFullOrDisabled);
+  EXPECT_EQ(session->eventLog().events().size(), 1000u);
+  EXPECT_EQ(session->eventLog().counts().at("tick"), 1001);
+  EXPECT_EQ(session->totalEventCount(), 1001);
+  EXPECT_FALSE(session->eventLog().complete());
+}
+
+TEST_F(TallixSessionTest, ErrorsPastTheLimitAreCountedNotLogged) {
+  harness.run([&] {
+    for (int i = 0; i < 11; ++i)
+      session->recordErrorWithException("E" + std::to_string(i), "boom", std::nullopt, {});
+  });
+  EXPECT_EQ(session->fields().totalErrorCount, 11);
+  ASSERT_EQ(session->fields().errors.size(), 10u);
+  EXPECT_EQ(session->fields().errors.back()->errorID(), 10);
+  EXPECT_EQ(session->fields().errors.front()->exceptionString(), "nil");
+  EXPECT_EQ(session->totalEventCount(), 10);
+}
+
+TEST_F(TallixSessionTest, EndingATimedEventEndsOnlyTheFirstAndMergesParametersWithinTheLimit) {
+  record("upload", parameters(9), true);
+  record("upload", {}, true);
+  harness.clock.advance(2.5);
+  harness.run([&] {
+    session->endTimedEvent(
+        "upload", Value(Value::Dictionary{{"size", 42}, {"bad", Value(Value::Array{})}}));
+  });
+  const auto& events = session->eventLog().events();
+  EXPECT_EQ(events[0]->duration(), 2500);
+  EXPECT_TRUE(events[1]->isUnterminated());
+  const Value merged = events[0]->parameters();
+  EXPECT_EQ(merged.dictionary()->size(), 10u);
+  EXPECT_EQ(*merged.find("size"), Value(42));
+  EXPECT_EQ(merged.find("bad"), nullptr);
+
+  harness.run([&] { session->endTimedEvent("upload", parameters(11)); });
+  EXPECT_FALSE(events[1]->isUnterminated());
+  EXPECT_TRUE(events[1]->parameters().dictionary()->empty());
+}
+
+TEST_F(TallixSessionTest, PausesEndOpenTimedEventsAgainAtEveryPauseButNeverTheApplicationsOwn) {
+  session->setSessionReportsOnPauseEnabled(false);
+  record("open", {}, true);
+  record("closed", {}, true);
+  harness.run([&] { session->endTimedEvent("closed", {}); });
+  harness.clock.advance(3);
+  harness.run([&] { session->pauseSession(); });
+  const auto& events = session->eventLog().events();
+  EXPECT_TRUE(events[0]->automaticallyEnded());
+  EXPECT_EQ(events[0]->duration(), 3000);
+
+  harness.clock.advance(4);
+  harness.run([&] { session->resumeSession(); });
+  EXPECT_EQ(session->fields().totalPauseIntervalMillis, 4000);
+  harness.clock.advance(5);
+  harness.run([&] { session->pauseSession(); });
+  EXPECT_EQ(events[0]->duration(), 12000);
+  EXPECT_EQ(events[1]->duration(), 0);
+  EXPECT_FALSE(events[1]->automaticallyEnded());
+}
+
+TEST_F(TallixSessionTest, EventsLoggedWhilePausedWaitAndJoinTheLogOnResume) {
+  harness.run([&] { session->pauseSession(); });
+  EXPECT_EQ(record("while away"), EventRecordResult::Deferred);
+  EXPECT_TRUE(session->eventLog().events().empty());
+  harness.run([&] { session->resumeSession(); });
+  ASSERT_EQ(session->eventLog().events().size(), 1u);
+  EXPECT_TRUE(session->eventLog().pending().empty());
+}
+
+TEST_F(TallixSessionTest, ANewSessionTakesOverPendingEventsAndMovesItsStartBack) {
+  harness.run([&] { session->pauseSession(); });
+  harness.clock.advance(1);
+  record("before return");
+  harness.run([&] { session->markSessionAsResuming(); });
+  harness.clock.advance(1);
+  record("after return");
+  harness.clock.advance(30);
+  const auto next = harness.run([&] {
+    session->archiveSession();
+    return harness.factory.sessionWithNewEventsWithApiKey(*session, SessionHarness::kApiKey,
+                                                          harness.clock.now(), {});
+  });
+  ASSERT_EQ(session->eventLog().events().size(), 1u);
+  EXPECT_EQ(session->eventLog().events()[0]->name(), "before return");
+  ASSERT_EQ(next->eventLog().events().size(), 1u);
+  EXPECT_EQ(next->eventLog().events()[0]->name(), "after return");
+  EXPECT_EQ(next->eventLog().events()[0]->eventLogId(), 1);
+  EXPECT_EQ(next->fields().startTime, next->eventLog().events()[0]->started());
+}
+
+TEST_F(TallixSessionTest, AgeAndLocationFollowTheirRules) {
+  harness.run([&] { session->setAgeInYears(0); });
+  harness.run([&] { session->setAgeInYears(151); });
+  EXPECT_FALSE(session->fields().age);
+  harness.run([&] { session->setAgeInYears(30); });
+  ASSERT_TRUE(session->fields().age);
+  const auto birth = static_cast<std::time_t>(session->fields().age->timeIntervalSince1970());
+  std::tm parts{};
+  localtime_r(&birth, &parts);
+  EXPECT_EQ(parts.tm_year + 1900, 2026 - 30);
+  EXPECT_EQ(parts.tm_yday, 0);
+  EXPECT_EQ(parts.tm_hour, 0);
+
+  harness.run([&] { session->setLatitude(52.5200999, -13.4049999, -10.0, 5.0009); });
+  EXPECT_DOUBLE_EQ(session->fields().latitude, 52.52);
+  EXPECT_DOUBLE_EQ(session->fields().longitude, -13.404);
+  EXPECT_FLOAT_EQ(session->fields().accuracy, 7.5f);
+}
+
+TEST_F(TallixSessionTest, ArchiveReadsBackFieldForField) {
+  record("open", parameters(2), true);
+  harness.run([&] {
+    session->recordErrorWithError("E1", "disk",
+                                  std::make_error_code(std::errc::no_space_on_device), {});
+    session->setUserID("user-7");
+    session->setGenderAsString("f");
+    session->pauseSession();
+  });
+  const auto copy = harness.readCurrentSessionFile();
+  ASSERT_TRUE(copy);
+  const auto& fields = copy->fields();
+  EXPECT_EQ(fields.startTime, session->fields().startTime);
+  EXPECT_EQ(fields.pauseTime, session->fields().pauseTime);
+  EXPECT_EQ(fields.userID, "user-7");
+  EXPECT_EQ(fields.gender, 0);
+  EXPECT_EQ(fields.locale, "de_DE");
+  EXPECT_EQ(fields.sessionParams.at("cpu.load.end"), "0.50");
+  ASSERT_EQ(fields.errors.size(), 1u);
+  EXPECT_EQ(fields.errors[0]->errorType(), TallixError::ErrorObject);
+  ASSERT_EQ(copy->eventLog().events().size(), 1u);
+  EXPECT_EQ(copy->eventLog().events()[0]->parameters(), parameters(2));
+  EXPECT_TRUE(copy->eventLog().events()[0]->automaticallyEnded());
+}
+
+TEST_F(TallixSessionTest, SavedSessionsKeepTheNewestFifty) {
+  harness.settings.update([](TallixSettings& settings) { settings.maxSessionsSaved = 50; });
+  std::vector<std::vector<std::uint8_t>> records;
+  for (int i = 0; i < 53; ++i) {
+    harness.run([&] {
+      session->setUserID("user" + std::to_string(i));
+      harness.saved.addToSavedSessions(*session);
+    });
+    records.push_back(*harness.run([&] { return harness.writer.data(*session); }));
+  }
+  const auto saved = harness.saved.savedSessions();
+  ASSERT_EQ(saved.size(), 50u);
+  EXPECT_EQ(saved.front(), records[3]);
+  EXPECT_EQ(saved.back(), records[52]);
+}
+
+TEST_F(TallixSessionTest, ALeftoverSessionFileIsReportedWhenTheNextSessionStarts) {
+  record("left behind");
+  harness.run([&] { harness.saver.flush(); });
+  const auto next = harness.newSession();
+  EXPECT_EQ(harness.saved.savedSessions().size(), 1u);
+  EXPECT_TRUE(next->eventLog().events().empty());
+
+  foundation::AtomicFile::write(harness.paths.currentSession(), "{\"class\": \"Other\"}");
+  testing::internal::CaptureStdout();
+  TallixLog::setLogLevel(TallixLog::kDebugLevel);
+  harness.newSession();
+  TallixLog::setLogLevel(TallixLog::kRefusalLevel);
+  EXPECT_NE(testing::internal::GetCapturedStdout().find("unreadable, discarded"),
+            std::string::npos);
+  EXPECT_EQ(harness.saved.savedSessions().size(), 1u);
+}
+
+}  // namespace
+}  // namespace tallix
