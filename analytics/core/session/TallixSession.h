@@ -46,8 +46,9 @@ class TallixSession : public foundation::Archivable,
   void endTimedEvent(const std::string& eventName, const foundation::Value& parameters);
   void endTimedEvents();
 
+  // The exception as "name: reason", or nothing when there was none.
   void recordErrorWithException(const std::string& errorId, const std::string& message,
-                                const std::string& exceptionName, const std::string& reason,
+                                const std::optional<std::string>& exception,
                                 std::optional<foundation::Value::Bytes> liveReport);
   void recordErrorWithError(const std::string& errorId, const std::string& message,
                             const std::error_code& error,
@@ -80,10 +81,11 @@ class TallixSession : public foundation::Archivable,
   void finishSession();
   bool isPaused() const { return fields_.pauseTime.has_value(); }
 
-  // The next session, carrying the events still pending here into it.
-  std::shared_ptr<TallixSession> sessionWithNewEventsWithApiKey(std::string apiKey,
-                                                                foundation::Date startTime);
-  void adoptEvents(TallixEventLog::Events events);
+  // Hands over the events still pending here, for the next session to adopt.
+  TallixEventLog::Events takePendingEvents();
+  // A pending event of the previous session: renumbered, logged, and the start moved back to
+  // it when it is earlier.
+  void adoptEvent(std::shared_ptr<TallixEvent> event);
 
   void saveToDisk();
   void resetSessionData();

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 
 #include "analytics/core/support/TallixFilePaths.h"
+#include "foundation/Value.h"
 
 namespace foundation {
 class NotificationCenter;
@@ -17,6 +20,7 @@ class TallixDataSending;
 class TallixGlobalVariableStorage;
 class TallixSavedSessions;
 class TallixSessionMeasurements;
+class TallixSession;
 class TallixSessionSaver;
 
 // What a running session needs from the agent around it. Everything here outlives the
@@ -29,6 +33,8 @@ struct TallixSessionContext {
   TallixSavedSessions& savedSessions;
   TallixSessionSaver& saver;
   TallixSessionMeasurements& measurements;
+  // The session's report record; nothing when it cannot be written.
+  std::function<std::optional<foundation::Value::Bytes>(TallixSession&)> recordOf;
   foundation::NotificationCenter& notificationCenter;
   std::shared_ptr<TallixDataSending> dataSender;
   std::shared_ptr<TallixCrashCapture> crashCapture;

@@ -1,4 +1,4 @@
-#include "analytics/core/agent/TallixGlobalVariableStorage.h"
+#include "analytics/core/settings/TallixGlobalVariableStorage.h"
 
 #include <algorithm>
 

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "analytics/core/model/TallixLimits.h"
 #include "foundation/Date.h"
 #include "foundation/Value.h"
 
@@ -22,6 +23,7 @@ struct TallixSettings {
   // 0 active, 1 inactive, 2 background; -1 before the first state is seen.
   int appApplicationState = -1;
   int age = -1;
+  int maxSessionsSaved = kDefaultMaxSavedSessions;
   std::string appVersion;
   std::string apiKey;
   std::optional<std::string> sessionOriginName;

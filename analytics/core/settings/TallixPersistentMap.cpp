@@ -1,4 +1,4 @@
-#include "analytics/core/agent/TallixPersistentMap.h"
+#include "analytics/core/settings/TallixPersistentMap.h"
 
 #include "foundation/KeyedArchiver.h"
 #include "foundation/KeyedUnarchiver.h"

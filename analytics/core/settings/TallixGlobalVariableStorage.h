@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "analytics/core/agent/TallixPersistentMap.h"
-#include "analytics/core/agent/TallixSettings.h"
+#include "analytics/core/settings/TallixPersistentMap.h"
+#include "analytics/core/settings/TallixSettings.h"
 
 namespace tallix {
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace tallix {
+
+// The application's state as the agent counts it.
+enum class ApplicationState { Active = 0, Inactive = 1, Background = 2 };
+
+// What an application posts on the default notification centre as its state changes; the
+// agent pauses, resumes, starts and ends sessions on them. The did-finish-launching
+// notification may carry the launch options as its user info.
+inline constexpr const char* kApplicationDidFinishLaunchingNotification =
+    "ApplicationDidFinishLaunchingNotification";
+inline constexpr const char* kApplicationWillResignActiveNotification =
+    "ApplicationWillResignActiveNotification";
+inline constexpr const char* kApplicationWillEnterForegroundNotification =
+    "ApplicationWillEnterForegroundNotification";
+inline constexpr const char* kApplicationDidBecomeActiveNotification =
+    "ApplicationDidBecomeActiveNotification";
+inline constexpr const char* kApplicationWillTerminateNotification =
+    "ApplicationWillTerminateNotification";
+
+// The embedding application as the agent sees it. A program that sets none is taken to be a
+// command-line program: always active, named after its executable.
+class TallixApplication {
+ public:
+  virtual ~TallixApplication() = default;
+  virtual ApplicationState applicationState() const = 0;
+  // A reverse-domain name such as "org.orvane.Orvane"; identifiers are derived per application.
+  virtual std::string bundleIdentifier() const = 0;
+  // The version reported unless setAppVersion gives another.
+  virtual std::string bundleVersion() const = 0;
+  // Where the application keeps its data; the agent keeps its files in a folder inside.
+  virtual std::filesystem::path dataDirectory() const = 0;
+};
+
+}  // namespace tallix

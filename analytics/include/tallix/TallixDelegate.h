@@ -1,0 +1,14 @@
+#pragma once
+
+#include "foundation/Value.h"
+
+namespace tallix {
+
+// Told of every new session, with its "apiKey" and "sessionId".
+class TallixDelegate {
+ public:
+  virtual ~TallixDelegate() = default;
+  virtual void tallixSessionDidCreateWithInfo(const foundation::Value::Dictionary& info) = 0;
+};
+
+}  // namespace tallix
