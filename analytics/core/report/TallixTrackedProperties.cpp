@@ -4,7 +4,7 @@
 #include <array>
 #include <string>
 
-#include "analytics/core/agent/TallixPersistentMap.h"
+#include "analytics/core/settings/TallixPersistentMap.h"
 
 namespace tallix {
 

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "analytics/core/agent/TallixPersistentMap.h"
 #include "analytics/core/report/TallixTrackedProperties.h"
+#include "analytics/core/settings/TallixPersistentMap.h"
 
 namespace tallix {
 namespace {
