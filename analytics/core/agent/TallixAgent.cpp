@@ -152,9 +152,8 @@ void TallixAgent::createAndSendSession() {
     }
   }
   const Date startTime = impl_.setupForApiKey(
-      apiKey, fileDirectory(), [writer = recordWriter_.get()](TallixSession& session) {
-        return writer->data(session);
-      });
+      apiKey, fileDirectory(),
+      [writer = recordWriter_.get()](TallixSession& session) { return writer->data(session); });
   copySettingsIntoSession();
   const std::string sessionId = TallixSession::sessionIdFor(startTime);
   tellDelegate(apiKey, sessionId);
@@ -185,8 +184,9 @@ void TallixAgent::tellDelegate(const std::string& apiKey, const std::string& ses
 }
 
 void TallixAgent::setApplicationState(ApplicationState state) {
-  storage_.update(
-      [state](TallixSettings& settings) { settings.appApplicationState = static_cast<int>(state); });
+  storage_.update([state](TallixSettings& settings) {
+    settings.appApplicationState = static_cast<int>(state);
+  });
 }
 
 void TallixAgent::applicationWillResignActive() {
@@ -255,8 +255,9 @@ void TallixAgent::setAppVersion(const std::string& version) {
 }
 
 void TallixAgent::setSessionContinueSeconds(int seconds) {
-  storage_.update(
-      [seconds](TallixSettings& settings) { settings.pauseSecondsBeforeStartingNewSession = seconds; });
+  storage_.update([seconds](TallixSettings& settings) {
+    settings.pauseSecondsBeforeStartingNewSession = seconds;
+  });
 }
 
 int TallixAgent::sessionContinueSeconds() const {
@@ -287,7 +288,8 @@ void TallixAgent::setSessionReportsOnPauseEnabled(bool enabled) {
 }
 
 void TallixAgent::setCrashReportingEnabled(bool enabled) {
-  storage_.update([enabled](TallixSettings& settings) { settings.crashReportingEnabled = enabled; });
+  storage_.update(
+      [enabled](TallixSettings& settings) { settings.crashReportingEnabled = enabled; });
   impl_.async([enabled](TallixSession& session) { session.setCrashReportingEnabled(enabled); });
 }
 
@@ -355,11 +357,10 @@ std::optional<Value::Bytes> TallixAgent::liveCrashReport() const {
   return report;
 }
 
-void TallixAgent::recordError(
-    const Value& errorId, const Value& message,
-    std::function<void(TallixSession&, const std::string&, const std::string&,
-                       std::optional<Value::Bytes>)>
-        record) {
+void TallixAgent::recordError(const Value& errorId, const Value& message,
+                              std::function<void(TallixSession&, const std::string&,
+                                                 const std::string&, std::optional<Value::Bytes>)>
+                                  record) {
   const std::string* id =
       requireString(errorId, "Tallix: Error not logged -- errorId must be of NSString type.");
   const std::string* text =
@@ -374,10 +375,8 @@ void TallixAgent::recordError(
   }
   if (show)
     TallixLog::refusal("Tallix: Error logged id[%s] message[%s]", id->c_str(), text->c_str());
-  impl_.async([id = *id, text = *text, report = liveCrashReport(),
-               record = std::move(record)](TallixSession& session) {
-    record(session, id, text, report);
-  });
+  impl_.async([id = *id, text = *text, report = liveCrashReport(), record = std::move(record)](
+                  TallixSession& session) { record(session, id, text, report); });
 }
 
 void TallixAgent::logError(const Value& errorId, const Value& message,
@@ -391,9 +390,11 @@ void TallixAgent::logError(const Value& errorId, const Value& message,
 
 void TallixAgent::logError(const Value& errorId, const Value& message,
                            const std::error_code& error) {
-  recordError(errorId, message,
-              [error](TallixSession& session, const std::string& id, const std::string& text,
-                      auto report) { session.recordErrorWithError(id, text, error, std::move(report)); });
+  recordError(
+      errorId, message,
+      [error](TallixSession& session, const std::string& id, const std::string& text, auto report) {
+        session.recordErrorWithError(id, text, error, std::move(report));
+      });
 }
 
 void TallixAgent::setUserID(const std::string& userID) {
@@ -426,8 +427,7 @@ void TallixAgent::setLatitude(double latitude, double longitude, double horizont
 
 void TallixAgent::addSessionOrigin(const Value& name, const Value& deepLink) {
   const std::string* origin = requireString(
-      name,
-      "Tallix: Session Origin not added -- Session Origin Name must be of NSString type.");
+      name, "Tallix: Session Origin not added -- Session Origin Name must be of NSString type.");
   if (!origin)
     return;
   const std::string* link =

@@ -12,7 +12,9 @@ TallixApplicationStateObserver::TallixApplicationStateObserver(
     foundation::NotificationCenter& center, TallixAgent& agent)
     : center_(center), agent_(agent) {}
 
-TallixApplicationStateObserver::~TallixApplicationStateObserver() { center_.removeObserver(this); }
+TallixApplicationStateObserver::~TallixApplicationStateObserver() {
+  center_.removeObserver(this);
+}
 
 void TallixApplicationStateObserver::observeStateChanges() {
   center_.addObserver(kApplicationWillTerminateNotification, this,
@@ -27,12 +29,12 @@ void TallixApplicationStateObserver::observeStateChanges() {
 
 void TallixApplicationStateObserver::observeDidFinishLaunching() {
   auto token = std::make_shared<foundation::NotificationCenter::Token>();
-  *token = center_.addObserver(
-      kApplicationDidFinishLaunchingNotification, this,
-      [this, token](const Notification& notification) {
-        center_.removeObserver(*token);
-        agent_.didFinishLaunchingWithOptionsInBackground(notification.userInfo);
-      });
+  *token =
+      center_.addObserver(kApplicationDidFinishLaunchingNotification, this,
+                          [this, token](const Notification& notification) {
+                            center_.removeObserver(*token);
+                            agent_.didFinishLaunchingWithOptionsInBackground(notification.userInfo);
+                          });
 }
 
 }  // namespace tallix

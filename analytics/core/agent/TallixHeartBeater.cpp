@@ -9,7 +9,9 @@ TallixHeartBeater::TallixHeartBeater(foundation::DispatchQueue& queue,
                                      foundation::NotificationCenter& center)
     : queue_(queue), center_(center) {}
 
-TallixHeartBeater::~TallixHeartBeater() { stop(); }
+TallixHeartBeater::~TallixHeartBeater() {
+  stop();
+}
 
 void TallixHeartBeater::start(std::chrono::duration<double> interval) {
   stop();

@@ -1,6 +1,7 @@
 #include "analytics/core/agent/TallixImpl.h"
 
 #include <future>
+#include <utility>
 
 #include "analytics/core/agent/TallixDeviceSessionMeasurements.h"
 #include "analytics/core/model/TallixLimits.h"
@@ -19,6 +20,8 @@ using foundation::Value;
 // What exists once the API key is known: the files, the saved sessions and the context the
 // sessions run in.
 struct TallixImpl::KeyedParts {
+  explicit KeyedParts(const std::filesystem::path& directory) : measurements(directory) {}
+
   TallixDeviceSessionMeasurements measurements;
   std::unique_ptr<TallixSavedSessions> savedSessions;
   std::shared_ptr<const TallixSessionContext> context;
@@ -37,13 +40,13 @@ TallixImpl::KeyedParts& TallixImpl::keyedParts(const std::string& apiKey,
   if (keyed_)
     return *keyed_;
   const TallixFilePaths paths(directory, apiKey);
-  keyed_ = std::unique_ptr<KeyedParts>(new KeyedParts{TallixDeviceSessionMeasurements(directory)});
+  keyed_ = std::make_unique<KeyedParts>(directory);
   keyed_->savedSessions =
       std::make_unique<TallixSavedSessions>(paths.savedSessions(), parts_.settings, recordOf);
-  keyed_->context = std::make_shared<const TallixSessionContext>(TallixSessionContext{
-      parts_.clock, parts_.settings, counters_, paths, *keyed_->savedSessions, saver_,
-      keyed_->measurements, std::move(recordOf), parts_.notificationCenter, parts_.dataSender,
-      parts_.crashCapture});
+  keyed_->context = std::make_shared<const TallixSessionContext>(
+      TallixSessionContext{parts_.clock, parts_.settings, counters_, paths, *keyed_->savedSessions,
+                           saver_, keyed_->measurements, std::move(recordOf),
+                           parts_.notificationCenter, parts_.dataSender, parts_.crashCapture});
   keyed_->factory = std::make_unique<TallixSessionFactory>(keyed_->context);
   return *keyed_;
 }
@@ -52,6 +55,11 @@ Date TallixImpl::setupForApiKey(const std::string& apiKey,
                                 const std::filesystem::path& agentDirectory,
                                 RecordWriter recordOf) {
   const Date startTime = parts_.clock.now();
+  {
+    // From here on events queue up behind the setup below; earlier ones are in the pre-cache.
+    std::lock_guard lock(preCacheMutex_);
+    hasSession_.store(true, std::memory_order_release);
+  }
   queue_.async([=, this, recordOf = std::move(recordOf)]() mutable {
     TallixExceptionHandler::guarded([&] {
       auto& factory = *keyedParts(apiKey, agentDirectory, std::move(recordOf)).factory;
@@ -71,7 +79,6 @@ Date TallixImpl::setupForApiKey(const std::string& apiKey,
 
 std::vector<TallixPreCacheEvent> TallixImpl::takePreCache() {
   std::lock_guard lock(preCacheMutex_);
-  hasSession_.store(true, std::memory_order_release);
   return std::exchange(logEventPreCache_, {});
 }
 

@@ -6,7 +6,9 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <type_traits>
 
+#include "TemporaryDirectory.h"
 #include "analytics/core/model/TallixAutoIncrement.h"
 #include "analytics/core/report/TallixSessionRecordWriter.h"
 #include "analytics/core/report/TallixTrackedProperties.h"
@@ -21,7 +23,6 @@
 #include "foundation/DispatchQueue.h"
 #include "foundation/KeyedUnarchiver.h"
 #include "foundation/NotificationCenter.h"
-#include "TemporaryDirectory.h"
 #include "tallix/TallixApplication.h"
 
 namespace tallix {
@@ -69,10 +70,12 @@ class SessionHarness {
                                  recordOf(), center, nullptr, nullptr})),
         factory(context) {}
 
-  ~SessionHarness() { run([this] { saver.flush(); }); }
+  ~SessionHarness() {
+    run([this] { saver.flush(); });
+  }
 
   template <typename Work>
-  auto run(Work&& work) {
+  std::invoke_result_t<Work&> run(Work&& work) {
     return queue.sync(std::forward<Work>(work));
   }
 

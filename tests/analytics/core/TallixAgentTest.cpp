@@ -1,11 +1,11 @@
-#include "analytics/core/agent/TallixAgent.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "AgentTestSupport.h"
+#include "analytics/core/agent/TallixAgent.h"
 #include "analytics/core/support/TallixLog.h"
+#include "tallix/TallixDelegate.h"
 
 namespace tallix {
 namespace {
@@ -181,8 +181,7 @@ TEST_F(TallixAgentTest, TerminationEndsTheSessionIntoTheSavedSessions) {
   post(kApplicationWillTerminateNotification);
   const TallixFilePaths paths(directory.path(), "QF7TNW2X");
   EXPECT_FALSE(std::filesystem::exists(paths.currentSession()));
-  const auto saved =
-      foundation::KeyedUnarchiver::unarchiveValueWithFile(paths.savedSessions());
+  const auto saved = foundation::KeyedUnarchiver::unarchiveValueWithFile(paths.savedSessions());
   ASSERT_TRUE(saved && saved->array());
   EXPECT_EQ(saved->array()->size(), 1u);
 }

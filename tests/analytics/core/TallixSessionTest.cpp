@@ -1,10 +1,11 @@
-#include "analytics/core/session/TallixSession.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "AgentTestSupport.h"
+#include "analytics/core/session/TallixSession.h"
+#include "analytics/core/support/TallixLog.h"
+#include "foundation/AtomicFile.h"
 
 namespace tallix {
 namespace {
@@ -78,8 +79,8 @@ TEST_F(TallixSessionTest, EndingATimedEventEndsOnlyTheFirstAndMergesParametersWi
   record("upload", {}, true);
   harness.clock.advance(2.5);
   harness.run([&] {
-    session->endTimedEvent(
-        "upload", Value(Value::Dictionary{{"size", 42}, {"bad", Value(Value::Array{})}}));
+    session->endTimedEvent("upload",
+                           Value(Value::Dictionary{{"size", 42}, {"bad", Value(Value::Array{})}}));
   });
   const auto& events = session->eventLog().events();
   EXPECT_EQ(events[0]->duration(), 2500);
@@ -128,11 +129,13 @@ TEST_F(TallixSessionTest, ANewSessionTakesOverPendingEventsAndMovesItsStartBack)
   harness.run([&] { session->pauseSession(); });
   harness.clock.advance(1);
   record("before return");
+  harness.clock.advance(0.5);
   harness.run([&] { session->markSessionAsResuming(); });
   harness.clock.advance(1);
   record("after return");
   harness.clock.advance(30);
   const auto next = harness.run([&] {
+    harness.counters.resetAll();
     session->archiveSession();
     return harness.factory.sessionWithNewEventsWithApiKey(*session, SessionHarness::kApiKey,
                                                           harness.clock.now(), {});
@@ -167,8 +170,8 @@ TEST_F(TallixSessionTest, AgeAndLocationFollowTheirRules) {
 TEST_F(TallixSessionTest, ArchiveReadsBackFieldForField) {
   record("open", parameters(2), true);
   harness.run([&] {
-    session->recordErrorWithError("E1", "disk",
-                                  std::make_error_code(std::errc::no_space_on_device), {});
+    session->recordErrorWithError("E1", "disk", std::make_error_code(std::errc::no_space_on_device),
+                                  {});
     session->setUserID("user-7");
     session->setGenderAsString("f");
     session->pauseSession();
