@@ -9,11 +9,16 @@
 #include <QToolBar>
 
 #include "app/NavController.h"
+#include "app/OrvaneTallixApplication.h"
 #include "app/OrvaneVC.h"
 #include "foundation/Console.h"
+#include "tallix/Tallix.h"
 
 namespace app {
 namespace {
+
+// Orvane's project in the analytics service.
+constexpr const char* kTallixProjectKey = "QF7TNW2XKD94RBLM3VPA";
 
 const QColor kScreenColor(0x14, 0x18, 0x1f);
 
@@ -65,6 +70,8 @@ AppDelegate::~AppDelegate() = default;
 bool AppDelegate::didFinishLaunching(QApplication& application) {
   application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
   application.setPalette(lightContentPalette());
+  tallix::Tallix::setApplication(std::make_shared<OrvaneTallixApplication>());
+  tallix::Tallix::startSession(kTallixProjectKey);
   return true;
 }
 

@@ -28,7 +28,8 @@ class AppDelegate : public QObject {
   QMainWindow* window() const { return window_.get(); }
   const std::optional<QUrl>& returnURL() const { return returnURL_; }
 
-  // Gives the application its dark look, with light text over the dark screen.
+  // Gives the application its dark look, with light text over the dark screen, and starts the
+  // analytics session.
   bool didFinishLaunching(QApplication& application);
   bool handleOpenURL(const QUrl& url);
   void launchReturnURL();

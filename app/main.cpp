@@ -7,10 +7,12 @@
 #include <QTranslator>
 
 #include "app/AppDelegate.h"
+#include "app/ApplicationStateNotifier.h"
 #include "app/FirstFrameReporter.h"
 #include "app/QtMainExecutor.h"
 #include "app/SingleInstance.h"
 #include "foundation/DispatchQueue.h"
+#include "foundation/NotificationCenter.h"
 
 namespace {
 
@@ -22,6 +24,18 @@ void installTranslations(QApplication& application) {
     if (translator->load(QLocale(), QLatin1String(name), QStringLiteral("_"), directory))
       application.installTranslator(translator);
   }
+}
+
+// What Orvane was opened with, for the analytics session's launch options.
+foundation::Value launchOptions(const QStringList& urls) {
+  foundation::Value::Dictionary options;
+  if (!urls.isEmpty()) {
+    foundation::Value::Array addresses;
+    for (const QString& url : urls)
+      addresses.emplace_back(url.toStdString());
+    options.emplace("url", std::move(addresses));
+  }
+  return foundation::Value(std::move(options));
 }
 
 void openURLs(app::AppDelegate& delegate, const QStringList& urls) {
@@ -60,8 +74,11 @@ int main(int argc, char** argv) {
 
   installTranslations(application);
   foundation::DispatchQueue::installMainExecutor(std::make_shared<app::QtMainExecutor>());
+  auto* lifecycle = new app::ApplicationStateNotifier(
+      foundation::NotificationCenter::defaultCenter(), application);
   app::AppDelegate delegate;
   delegate.didFinishLaunching(application);
+  lifecycle->didFinishLaunching(launchOptions(urls));
   QObject::connect(&instance, &app::SingleInstance::messagesReceived, &delegate,
                    [&delegate](const QStringList& messages) {
                      openURLs(delegate, messages);

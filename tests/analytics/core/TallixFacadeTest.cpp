@@ -1,0 +1,67 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "analytics/core/support/TallixExceptionHandler.h"
+#include "analytics/core/support/TallixLog.h"
+#include "tallix/Tallix.h"
+
+namespace tallix {
+namespace {
+
+std::string printed(const std::function<void()>& work, int level = TallixLog::kRefusalLevel) {
+  TallixLog::setLogLevel(level);
+  testing::internal::CaptureStdout();
+  work();
+  TallixLog::setLogLevel(TallixLog::kRefusalLevel);
+  return testing::internal::GetCapturedStdout();
+}
+
+TEST(TallixFacadeTest, AnOptedOutUserIsRefusedEverythingButTheWayBack) {
+  Tallix::setTallixOptOut(true);
+  EXPECT_TRUE(Tallix::hasUserOptedOut());
+  EventRecordResult result = EventRecordResult::Recorded;
+  const std::string output = printed([&] {
+    result = Tallix::logEvent("refused");
+    Tallix::setUserID("someone");
+  });
+  EXPECT_EQ(result, EventRecordResult::Invalid);
+  EXPECT_EQ(output,
+            "Tallix: +[Tallix logEvent:withParameters:timed:] disabled.\n"
+            "Tallix: +[Tallix setUserID:] disabled.\n");
+  Tallix::setTallixOptOut(false);
+  EXPECT_FALSE(Tallix::hasUserOptedOut());
+  EXPECT_EQ(Tallix::getTallixAgentVersion(), "155");
+}
+
+TEST(TallixFacadeTest, OnlyRefusalsPrintBelowTheDebugLevel) {
+  EXPECT_EQ(printed([] { Tallix::logEvent(""); }),
+            "Tallix: Event not logged -- eventName may not be empty.\n");
+  EXPECT_EQ(printed([] { Tallix::logEvent(""); }, 0), "");
+  EXPECT_EQ(printed([] { Tallix::setAppVersion("3.1"); }), "");
+  EXPECT_EQ(printed([] { Tallix::setAppVersion("3.1"); }, TallixLog::kDebugLevel),
+            "Tallix: setAppVersion[3.1]\n");
+}
+
+TEST(TallixFacadeTest, CaughtExceptionsAndErrorsAreDescribedNotRethrown) {
+  const std::string exception = printed(
+      [] { TallixExceptionHandler::guarded([] { throw std::invalid_argument("bad key"); }); },
+      TallixLog::kDebugLevel);
+  EXPECT_EQ(exception,
+            "Tallix: Caught Exception in Tallix Analytics Code\n"
+            "Tallix: -----------------------------------------\n"
+            "Tallix: Name:std::invalid_argument Reason:bad key\n"
+            "Tallix: std::invalid_argument: bad key\n");
+  const std::string error = printed(
+      [] {
+        TallixExceptionHandler::guarded(
+            [] { throw std::system_error(std::make_error_code(std::errc::io_error)); });
+      },
+      TallixLog::kDebugLevel);
+  EXPECT_NE(error.find("Tallix: Caught Error in Tallix Analytics Code"), std::string::npos);
+  EXPECT_NE(error.find("Tallix: Code:5 Domain:generic"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace tallix
