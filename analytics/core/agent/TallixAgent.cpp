@@ -8,6 +8,7 @@
 #include "analytics/core/session/TallixSession.h"
 #include "analytics/core/support/TallixAgentVersion.h"
 #include "analytics/core/support/TallixExceptionHandler.h"
+#include "analytics/core/support/TallixFilePaths.h"
 #include "analytics/core/support/TallixLog.h"
 #include "analytics/core/support/TallixTimeInterval.h"
 #include "foundation/NotificationCenter.h"
@@ -95,7 +96,11 @@ void TallixAgent::startSession(const std::string& apiKey) {
   }
   TallixLog::debug("Tallix: startSession called for the first time");
   // The key's maps come first: they hold an opt-out the user made in an earlier run.
-  storage_.setApiKey(apiKey, fileDirectory());
+  const auto directory = fileDirectory();
+  storage_.setApiKey(apiKey, directory);
+  storage_.loadInitialTimestamp(
+      TallixFilePaths(directory, storage_.settings().apiKey).initialTimestamp(),
+      environment_.clock->now());
   if (hasUserOptedOut()) {
     TallixLog::refusal("Tallix: %s disabled.", "+[Tallix startSession:]");
     return;

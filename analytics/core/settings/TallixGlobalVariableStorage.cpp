@@ -4,6 +4,8 @@
 
 #include "analytics/core/support/TallixFilePaths.h"
 #include "analytics/core/support/TallixLog.h"
+#include "foundation/KeyedArchiver.h"
+#include "foundation/KeyedUnarchiver.h"
 
 namespace tallix {
 
@@ -45,6 +47,18 @@ void TallixGlobalVariableStorage::setApiKey(std::string_view apiKey,
   if (globals_.valueForKey(kOptOutKey).value_or(false) == Value(true))
     optedOut_ = true;
   update([&](TallixSettings& settings) { settings.apiKey = std::move(trimmed); });
+}
+
+void TallixGlobalVariableStorage::loadInitialTimestamp(const std::filesystem::path& path,
+                                                       foundation::Date now) {
+  const auto archived = foundation::KeyedUnarchiver::unarchiveValueWithFile(path);
+  std::optional<foundation::Date> first = archived ? archived->date() : std::nullopt;
+  if (!first) {
+    first = now;
+    if (!foundation::KeyedArchiver::archiveRootValue(Value(now), path))
+      TallixLog::debug("Tallix: first run not saved to disk at path[%s]", path.c_str());
+  }
+  update([&](TallixSettings& settings) { settings.initialTimestamp = first; });
 }
 
 void TallixGlobalVariableStorage::setOptOut(bool optOut) {

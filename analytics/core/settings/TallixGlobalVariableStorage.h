@@ -8,6 +8,7 @@
 
 #include "analytics/core/settings/TallixPersistentMap.h"
 #include "analytics/core/settings/TallixSettings.h"
+#include "foundation/Date.h"
 
 namespace tallix {
 
@@ -28,6 +29,8 @@ class TallixGlobalVariableStorage {
   bool markStartSessionCalled();
   // Removes every space from the key, keeps it, and loads the key's persistent maps.
   void setApiKey(std::string_view apiKey, const std::filesystem::path& directory);
+  // Reads the key's first run from its file, or makes now the first run.
+  void loadInitialTimestamp(const std::filesystem::path& path, foundation::Date now);
   void recordOrigin(const std::string& originName, const std::string& originVersion,
                     const foundation::Value& parameters);
   void recordSessionProperties(const foundation::Value& properties);

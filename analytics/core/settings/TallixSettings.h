@@ -31,6 +31,8 @@ struct TallixSettings {
   foundation::Value sessionParameters = foundation::Value::Dictionary{};
   foundation::Value launchOptions = foundation::Value::Dictionary{};
   foundation::Value::Array originSets;
+  // The first time the agent ran for this API key on this machine.
+  std::optional<foundation::Date> initialTimestamp;
   std::optional<foundation::Date> pauseTime;
   std::optional<foundation::Date> lastPageViewDate;
   std::optional<std::string> userID;

@@ -93,6 +93,12 @@ TEST_F(TallixAgentTest, StartsOnceAndRefusesALateAppVersion) {
   EXPECT_EQ(session->fields().appVersion, "2.5");
   ASSERT_EQ(session->eventLog().events().size(), 1u);
   EXPECT_EQ(session->eventLog().events()[0]->name(), "early");
+
+  // The key's first run is kept for the reports of every later run.
+  const auto firstRun = foundation::KeyedUnarchiver::unarchiveValueWithFile(
+      TallixFilePaths(directory.path(), "QF7TNW2X").initialTimestamp());
+  ASSERT_TRUE(firstRun && firstRun->date());
+  EXPECT_EQ(firstRun->date()->timeIntervalSince1970(), kTestEpoch);
 }
 
 TEST_F(TallixAgentTest, TheContinueRuleResumesAtTenSecondsAndStartsAfreshJustPast) {
