@@ -5,8 +5,28 @@
 
 namespace app {
 
+void MainQueueDrain::push(std::function<void()> work) {
+  {
+    std::lock_guard lock(mutex_);
+    work_.push_back(std::move(work));
+  }
+  QMetaObject::invokeMethod(this, "runNext", Qt::QueuedConnection);
+}
+
+void MainQueueDrain::runNext() {
+  std::function<void()> work;
+  {
+    std::lock_guard lock(mutex_);
+    work = std::move(work_.front());
+    work_.pop_front();
+  }
+  work();
+}
+
+QtMainExecutor::QtMainExecutor() : drain_(new MainQueueDrain(QCoreApplication::instance())) {}
+
 void QtMainExecutor::post(std::function<void()> work) {
-  QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(work), Qt::QueuedConnection);
+  drain_->push(std::move(work));
 }
 
 bool QtMainExecutor::isMainThread() const {

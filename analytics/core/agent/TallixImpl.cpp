@@ -55,11 +55,10 @@ Date TallixImpl::setupForApiKey(const std::string& apiKey,
                                 const std::filesystem::path& agentDirectory,
                                 RecordWriter recordOf) {
   const Date startTime = parts_.clock.now();
-  {
-    // From here on events queue up behind the setup below; earlier ones are in the pre-cache.
-    std::lock_guard lock(preCacheMutex_);
-    hasSession_.store(true, std::memory_order_release);
-  }
+  // Events logged until the flag below flips are in the pre-cache, which the setup takes; later
+  // ones are queued behind the setup.
+  std::lock_guard lock(preCacheMutex_);
+  intake_.seal();
   queue_.async([=, this, recordOf = std::move(recordOf)]() mutable {
     TallixExceptionHandler::guarded([&] {
       auto& factory = *keyedParts(apiKey, agentDirectory, std::move(recordOf)).factory;
@@ -74,6 +73,7 @@ Date TallixImpl::setupForApiKey(const std::string& apiKey,
       installSession(std::move(next));
     });
   });
+  hasSession_.store(true, std::memory_order_release);
   return startTime;
 }
 
@@ -83,12 +83,21 @@ std::vector<TallixPreCacheEvent> TallixImpl::takePreCache() {
 }
 
 void TallixImpl::installSession(std::shared_ptr<TallixSession> session) {
+  if (session_)
+    session_->publishEventLogTo(nullptr);
   session_ = std::move(session);
-  {
-    std::lock_guard lock(sessionIdMutex_);
-    sessionId_ = TallixSession::sessionIdFor(session_->fields().startTime);
+  session_->publishEventLogTo(&gauge_);
+  std::lock_guard lock(sessionIdMutex_);
+  sessionId_ = TallixSession::sessionIdFor(session_->fields().startTime);
+}
+
+void TallixImpl::recordLoggedEvents(std::vector<TallixPreCacheEvent>& events) {
+  if (!session_)
+    return;
+  for (const auto& event : events) {
+    TallixExceptionHandler::guarded(
+        [&] { session_->recordEvent(event.eventName, event.params, event.timed); });
   }
-  published_.store(session_);
 }
 
 std::string TallixImpl::sessionId() const {
@@ -105,19 +114,17 @@ EventRecordResult TallixImpl::recordEvent(const Value& eventName, const Value& p
       return EventRecordResult::Deferred;
     }
   }
-  const auto current = published_.load();
   EventRecordResult predicted = EventRecordResult::Recorded;
-  if (current && current->eventLog().distinctNameCount() >= kMaxDistinctEventNames)
+  if (gauge_.distinctNames.load(std::memory_order_relaxed) >= kMaxDistinctEventNames)
     predicted = EventRecordResult::NameLimitReached;
-  else if (current && current->eventLog().loggedEventCount() >= kMaxLoggedEvents)
+  else if (gauge_.loggedEvents.load(std::memory_order_relaxed) >= kMaxLoggedEvents)
     predicted = EventRecordResult::LogFullOrDisabled;
-  async([eventName, parameters, timed](TallixSession& session) {
-    session.recordEvent(eventName, parameters, timed);
-  });
+  intake_.push(TallixPreCacheEvent{eventName, parameters, timed});
   return predicted;
 }
 
 void TallixImpl::async(SessionWork work) {
+  intake_.seal();
   queue_.async([this, work = std::move(work)] {
     if (session_)
       TallixExceptionHandler::guarded([&] { work(*session_); });
@@ -127,6 +134,7 @@ void TallixImpl::async(SessionWork work) {
 bool TallixImpl::waitUntilIdle(std::chrono::milliseconds limit) {
   auto done = std::make_shared<std::promise<void>>();
   auto finished = done->get_future();
+  intake_.seal();
   queue_.async([this, done] {
     saver_.flush();
     done->set_value();

@@ -9,8 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "analytics/core/agent/TallixEventIntake.h"
 #include "analytics/core/model/TallixAutoIncrement.h"
 #include "analytics/core/model/TallixPreCacheEvent.h"
+#include "analytics/core/session/TallixEventLog.h"
 #include "analytics/core/session/TallixSessionSaver.h"
 #include "foundation/Date.h"
 #include "foundation/DispatchQueue.h"
@@ -76,6 +78,7 @@ class TallixImpl {
   struct KeyedParts;
 
   void installSession(std::shared_ptr<TallixSession> session);
+  void recordLoggedEvents(std::vector<TallixPreCacheEvent>& events);
   std::vector<TallixPreCacheEvent> takePreCache();
   KeyedParts& keyedParts(const std::string& apiKey, const std::filesystem::path& directory,
                          RecordWriter recordOf);
@@ -84,13 +87,14 @@ class TallixImpl {
   TallixAutoIncrement counters_;
   std::unique_ptr<KeyedParts> keyed_;
   std::shared_ptr<TallixSession> session_;  // the queue's own
-  std::atomic<std::shared_ptr<const TallixSession>> published_;
+  TallixEventLogGauge gauge_;
   mutable std::mutex sessionIdMutex_;
   std::string sessionId_;
   std::atomic<bool> hasSession_{false};
   std::mutex preCacheMutex_;
   std::vector<TallixPreCacheEvent> logEventPreCache_;
   TallixSessionSaver saver_{queue_};
+  TallixEventIntake intake_{queue_, [this](auto& events) { recordLoggedEvents(events); }};
   // Declared last: destroyed first, running what is queued while everything it uses stands.
   foundation::DispatchQueue queue_{"com.Tallix.Analytics.Session",
                                    foundation::QualityOfService::Utility};

@@ -104,9 +104,16 @@ void TallixEventLog::clear() {
   publishSizes();
 }
 
+void TallixEventLog::publishTo(TallixEventLogGauge* gauge) {
+  gauge_ = gauge;
+  publishSizes();
+}
+
 void TallixEventLog::publishSizes() {
-  publishedNames_.store(counts_.size(), std::memory_order_relaxed);
-  publishedLogged_.store(events_.size(), std::memory_order_relaxed);
+  if (!gauge_)
+    return;
+  gauge_->distinctNames.store(counts_.size(), std::memory_order_relaxed);
+  gauge_->loggedEvents.store(events_.size(), std::memory_order_relaxed);
 }
 
 void TallixEventLog::encodeWithCoder(foundation::KeyedArchiver& coder) const {

@@ -19,9 +19,15 @@ class KeyedUnarchiver;
 
 namespace tallix {
 
+// The two sizes of the current session's log that the facade predicts from, readable from any
+// thread while the agent queue updates them.
+struct TallixEventLogGauge {
+  std::atomic<std::size_t> distinctNames{0};
+  std::atomic<std::size_t> loggedEvents{0};
+};
+
 // A session's events: how often each name was recorded, the capped log of events, and the
-// events recorded while the session was paused. Owned by the agent queue; the two sizes the
-// facade predicts from may be read from any thread.
+// events recorded while the session was paused. Owned by the agent queue.
 class TallixEventLog {
  public:
   using Events = std::vector<std::shared_ptr<TallixEvent>>;
@@ -53,8 +59,8 @@ class TallixEventLog {
   const Events& pending() const { return pending_; }
   std::int64_t countedTotal() const;
 
-  std::size_t distinctNameCount() const { return publishedNames_.load(std::memory_order_relaxed); }
-  std::size_t loggedEventCount() const { return publishedLogged_.load(std::memory_order_relaxed); }
+  // The current session's log keeps the gauge up to date; null stops it.
+  void publishTo(TallixEventLogGauge* gauge);
 
   void clear();
   void encodeWithCoder(foundation::KeyedArchiver& coder) const;
@@ -67,8 +73,7 @@ class TallixEventLog {
   Events events_;
   Events pending_;
   bool complete_ = true;
-  std::atomic<std::size_t> publishedNames_{0};
-  std::atomic<std::size_t> publishedLogged_{0};
+  TallixEventLogGauge* gauge_ = nullptr;
 };
 
 }  // namespace tallix

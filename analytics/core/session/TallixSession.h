@@ -40,6 +40,7 @@ class TallixSession : public foundation::Archivable,
   // For the report, which refreshes a few fields from the settings as it writes them.
   TallixSessionFields& mutableFields() { return fields_; }
   const TallixEventLog& eventLog() const { return eventLog_; }
+  void publishEventLogTo(TallixEventLogGauge* gauge) { eventLog_.publishTo(gauge); }
 
   EventRecordResult recordEvent(const foundation::Value& eventName,
                                 const foundation::Value& parameters, bool timed);
