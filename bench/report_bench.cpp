@@ -5,6 +5,7 @@
 #include <string>
 
 #include "analytics/core/model/TallixLimits.h"
+#include "analytics/core/report/TallixRequestBodyWriter.h"
 #include "analytics/core/report/TallixSessionRecordWriter.h"
 #include "analytics/core/report/TallixTrackedProperties.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
@@ -71,6 +72,17 @@ void BM_FullSessionRecord(benchmark::State& state) {
   state.counters["record_bytes"] = static_cast<double>(written) / state.iterations();
 }
 BENCHMARK(BM_FullSessionRecord)->Unit(benchmark::kMicrosecond);
+
+// The closing checksum over a body of 50 full session records, the most one upload carries.
+void BM_BodyChecksum(benchmark::State& state) {
+  std::vector<std::uint8_t> body(50 * 281 * 1024);
+  for (std::size_t at = 0; at < body.size(); ++at)
+    body[at] = static_cast<std::uint8_t>(at * 131 + 7);
+  for (auto _ : state)
+    benchmark::DoNotOptimize(TallixRequestBodyWriter::dataChecksum(body.data(), body.size()));
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * body.size()));
+}
+BENCHMARK(BM_BodyChecksum)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace tallix {
+
+// The device as every request body describes it, gathered once when the agent starts.
+struct TallixDeviceDescription {
+  std::string platform;
+  std::string systemVersion;
+  std::string architecture;
+  int screenWidth = 0;
+  int screenHeight = 0;
+  std::string bundleIdentifier;
+  // The agent's own id and the per-application vendor id; a body needs at least one.
+  std::optional<std::string> tallixId;
+  std::optional<std::string> identifierForVendor;
+};
+
+}  // namespace tallix
