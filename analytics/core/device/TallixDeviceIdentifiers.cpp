@@ -80,14 +80,18 @@ std::optional<std::string> TallixDeviceIdentifiers::identifierForVendor() const 
   return uuidText(id);
 }
 
+std::string TallixDeviceIdentifiers::generateUUID() {
+  Id128 id{};
+  ::uuid_generate_random(id.data());
+  return uuidText(id);
+}
+
 std::string TallixDeviceIdentifiers::tallixId() {
   if (tallixId_)
     return *tallixId_;
   tallixId_ = storedTallixId();
   if (!tallixId_) {
-    Id128 id{};
-    ::uuid_generate_random(id.data());
-    tallixId_ = uuidText(id);
+    tallixId_ = generateUUID();
     // If it cannot be kept, it still holds for the rest of this run; the next run tries again.
     foundation::AtomicFile::write(tallixIdFile(), *tallixId_);
   }

@@ -24,6 +24,8 @@ class TallixDeviceIdentifiers {
   // A random id made once and kept in the agent's directory.
   std::string tallixId();
   std::optional<std::string> macUID() const;
+  // A fresh random UUID in upper case, as the agent names its files and blocks.
+  static std::string generateUUID();
 
  private:
   std::optional<std::string> storedTallixId() const;
