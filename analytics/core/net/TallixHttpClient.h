@@ -1,0 +1,53 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace tallix {
+
+class TallixCurlMulti;
+class TallixHttpAsyncTask;
+
+// Runs the agent's HTTP transfers on one thread of its own, started with the first request.
+// Delegates are called through the completion executor, so they run wherever it puts them
+// (the agent queue), never on this thread. Destroying the client cancels what is still
+// running and waits for the thread, which never blocks longer than one poll interval.
+class TallixHttpClient {
+ public:
+  using Work = std::function<void()>;
+  using Executor = std::function<void(Work)>;
+  static constexpr std::chrono::milliseconds kPollInterval{250};
+
+  explicit TallixHttpClient(Executor completionExecutor);
+  ~TallixHttpClient();
+  TallixHttpClient(const TallixHttpClient&) = delete;
+  TallixHttpClient& operator=(const TallixHttpClient&) = delete;
+
+ private:
+  friend class TallixHttpAsyncTask;
+
+  // From any thread; the work is picked up by the client's thread.
+  void add(std::shared_ptr<TallixHttpAsyncTask> task);
+  // Held until the client's thread has seen it, so its address cannot be taken by a newer task.
+  void cancel(std::shared_ptr<TallixHttpAsyncTask> task);
+  const Executor& completionExecutor() const { return completionExecutor_; }
+
+  void run();
+  // False once the client is stopping.
+  bool takeRequests();
+  void startThreadIfNeeded();
+
+  const Executor completionExecutor_;
+  const std::unique_ptr<TallixCurlMulti> multi_;
+  std::mutex requestsMutex_;
+  std::vector<std::shared_ptr<TallixHttpAsyncTask>> added_;
+  std::vector<std::shared_ptr<TallixHttpAsyncTask>> cancelled_;
+  bool stopping_ = false;
+  std::thread thread_;
+};
+
+}  // namespace tallix
