@@ -30,11 +30,16 @@ void TallixCurlTransfer::configure() {
   curl_easy_setopt(handle_, CURLOPT_ERRORBUFFER, error_.data());
   curl_easy_setopt(handle_, CURLOPT_WRITEFUNCTION, &TallixCurlTransfer::appendBody);
   curl_easy_setopt(handle_, CURLOPT_WRITEDATA, this);
-  if (request.method == "GET")
-    return;
+  if (request.method != "GET")
+    configureBody(request);
+}
+
+void TallixCurlTransfer::configureBody(const TallixHttpRequest& request) {
   curl_easy_setopt(handle_, CURLOPT_POSTFIELDSIZE_LARGE,
                    static_cast<curl_off_t>(request.body.size()));
-  curl_easy_setopt(handle_, CURLOPT_POSTFIELDS, request.body.data());
+  // Never null: libcurl would read the body from standard input instead.
+  curl_easy_setopt(handle_, CURLOPT_POSTFIELDS,
+                   request.body.empty() ? "" : reinterpret_cast<const char*>(request.body.data()));
   if (request.method != "POST")
     curl_easy_setopt(handle_, CURLOPT_CUSTOMREQUEST, request.method.c_str());
 }

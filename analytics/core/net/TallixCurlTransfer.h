@@ -10,6 +10,7 @@
 namespace tallix {
 
 class TallixHttpAsyncTask;
+struct TallixHttpRequest;
 
 // One task's libcurl easy handle: set up from the task's request, it gathers the answer and
 // tells the task how the exchange ended.
@@ -26,6 +27,8 @@ class TallixCurlTransfer {
 
  private:
   void configure();
+  // Any method but GET sends the request's body, empty or not.
+  void configureBody(const TallixHttpRequest& request);
   static size_t appendBody(char* data, size_t size, size_t count, void* transfer);
 
   const std::shared_ptr<TallixHttpAsyncTask> task_;
