@@ -84,11 +84,21 @@ std::optional<int> TallixCollectorServer::bind(const std::string& host, int port
 }
 
 void TallixCollectorServer::listen() {
-  server_->listen_after_bind();
+  if (!stopRequested_)
+    server_->listen_after_bind();
+  listenReturned_ = true;
 }
 
+// httplib ignores a stop that comes before it runs, so wait until it runs or will not run.
 void TallixCollectorServer::stop() {
-  server_->stop();
+  stopRequested_ = true;
+  while (!listenReturned_) {
+    if (server_->is_running()) {
+      server_->stop();
+      return;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
 }
 
 void TallixCollectorServer::receiveReport(const httplib::Request& request,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -28,7 +29,7 @@ class TallixCollectorServer {
 
   // The port now bound, or nothing; port 0 takes a free one.
   std::optional<int> bind(const std::string& host, int port);
-  // Serves until stop() is called from another thread.
+  // Serves until stop() is called from another thread, even one called before listen().
   void listen();
   void stop();
 
@@ -48,6 +49,8 @@ class TallixCollectorServer {
   mutable std::mutex settingsMutex_;
   TallixAnswerSettings settings_;
   std::mutex consoleMutex_;
+  std::atomic<bool> stopRequested_ = false;
+  std::atomic<bool> listenReturned_ = false;
 };
 
 }  // namespace tallix
