@@ -58,13 +58,15 @@ TallixJson TallixBodyDecoder::decode(TallixByteReader& reader) {
 
 void TallixBodyDecoder::readHeader(TallixDecodedRecord& body, TallixByteReader& reader) {
   // Four ushorts around a long, always 31, 4, 1, 0, 0 from our writer; shown as read.
-  json_t* fixed = json_array();
+  // Owned until set, so a short header does not leak what was read of it.
+  TallixJson fixed(json_array());
   for (int index = 0; index < kFixedHeaderValues; ++index) {
     const bool isLong = index == 3;
-    json_array_append_new(fixed, TallixJsonValues::integer(isLong ? reader.int64("fixed header")
-                                                                  : reader.ushort("fixed header")));
+    json_array_append_new(fixed.get(),
+                          TallixJsonValues::integer(isLong ? reader.int64("fixed header")
+                                                           : reader.ushort("fixed header")));
   }
-  body.set("fixedHeader", fixed);
+  body.set("fixedHeader", fixed.release());
   body.readUshort("deviceKind");
   body.readUshort("agentVersion");
   body.readTimestamp("writtenAt");

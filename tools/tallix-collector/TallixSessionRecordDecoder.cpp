@@ -90,11 +90,12 @@ void TallixSessionRecordDecoder::moveCrashError(TallixDecodedRecord& session) {
 
 void TallixSessionRecordDecoder::readReserved(TallixDecodedRecord& session,
                                               TallixByteReader& reader) {
-  json_t* reserved = json_array();
-  json_array_append_new(reserved, TallixJsonValues::integer(reader.int32("reserved tail")));
+  TallixJson reserved(json_array());
+  json_array_append_new(reserved.get(), TallixJsonValues::integer(reader.int32("reserved tail")));
   for (int slot = 0; slot < 3; ++slot)
-    json_array_append_new(reserved, TallixJsonValues::integer(reader.ushort("reserved tail")));
-  session.set("reservedTail", reserved);
+    json_array_append_new(reserved.get(),
+                          TallixJsonValues::integer(reader.ushort("reserved tail")));
+  session.set("reservedTail", reserved.release());
 }
 
 }  // namespace tallix
