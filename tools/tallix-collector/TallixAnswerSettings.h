@@ -1,0 +1,39 @@
+#pragma once
+
+#include <jansson.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tools/tallix-collector/TallixJson.h"
+
+namespace tallix {
+
+// How the collector answers an upload: the status, how long it waits first, and the cookies
+// it hands back for the agent to send with its next reports.
+struct TallixAnswerSettings {
+  using Cookies = std::vector<std::pair<std::string, std::string>>;
+
+  int status = 200;
+  int delayMs = 0;
+  Cookies cookies;
+
+  // Takes the members a control body names ({"status":500,"delayMs":0,"cookies":{"k":"v"}});
+  // when any of them is invalid nothing changes and the reason is returned.
+  std::optional<std::string> apply(const json_t* control);
+  TallixJson toJson() const;
+
+  // "key=value,key=value" as given on the command line; nothing when malformed.
+  static std::optional<Cookies> parseCookieList(std::string_view text);
+  static std::optional<std::string> invalidStatus(json_int_t status);
+  static std::optional<std::string> invalidDelay(json_int_t delayMs);
+  static std::optional<std::string> invalidCookies(const Cookies& cookies);
+
+ private:
+  static std::optional<Cookies> cookiesFromJson(const json_t* object);
+};
+
+}  // namespace tallix

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "tools/tallix-collector/TallixAnswerSettings.h"
+
+namespace httplib {
+class Server;
+struct Request;
+struct Response;
+}  // namespace httplib
+
+namespace tallix {
+
+class TallixReportStore;
+
+// The collector's HTTP side: "POST /aas.do" takes uploads, "POST /control" changes how they are
+// answered while it runs (GET shows it), "GET /reports" lists what was stored.
+class TallixCollectorServer {
+ public:
+  TallixCollectorServer(TallixReportStore& store, TallixAnswerSettings settings,
+                        std::ostream& console);
+  ~TallixCollectorServer();
+
+  // The port now bound, or nothing; port 0 takes a free one.
+  std::optional<int> bind(const std::string& host, int port);
+  // Serves until stop() is called from another thread, even one called before listen().
+  void listen();
+  void stop();
+
+ private:
+  void receiveReport(const httplib::Request& request, httplib::Response& response);
+  void control(const httplib::Request& request, httplib::Response& response);
+  void showControl(httplib::Response& response);
+  void listReports(httplib::Response& response);
+  // The decoded report, or the rejection and the status that tells the agent so.
+  std::pair<TallixJson, int> examine(const httplib::Request& request) const;
+  void keep(json_t* stored);
+  TallixAnswerSettings currentSettings() const;
+
+  TallixReportStore& store_;
+  std::ostream& console_;
+  std::unique_ptr<httplib::Server> server_;
+  mutable std::mutex settingsMutex_;
+  TallixAnswerSettings settings_;
+  std::mutex consoleMutex_;
+  std::atomic<bool> stopRequested_ = false;
+  std::atomic<bool> listenReturned_ = false;
+};
+
+}  // namespace tallix
