@@ -5,7 +5,7 @@
 #include "analytics/core/report/TallixSessionRecordWriter.h"
 #include "analytics/core/report/TallixTrackedProperties.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
-#include "analytics/core/support/TallixClock.h"
+#include "tests/analytics/FixedClock.h"
 #include "tests/analytics/report/SessionDraft.h"
 #include "tests/tools/JsonPath.h"
 #include "tests/tools/TestRequestBody.h"
@@ -21,11 +21,6 @@ using foundation::Value;
 using Bytes = Value::Bytes;
 
 const Date kStart = Date::fromTimeIntervalSince1970(1700000000);
-
-class FixedClock : public TallixClock {
- public:
-  Date now() const override { return kStart.dateByAddingTimeInterval(1); }
-};
 
 TallixJson read(const Bytes& body) {
   return TallixReportReader::read(body);
@@ -54,7 +49,7 @@ class ReportReaderTest : public ::testing::Test {
   void logEverything();
 
   TallixGlobalVariableStorage storage_{"1.0"};
-  FixedClock clock_;
+  FixedClock clock_{kStart.dateByAddingTimeInterval(1)};
   TallixTrackedProperties tracked_{storage_.persistentGlobalsMap()};
   TallixSessionRecordWriter writer_{storage_, clock_, tracked_, [] { return 1; },
                                     [] { return true; }};

@@ -5,7 +5,7 @@
 #include "analytics/core/report/TallixRequestBodyWriter.h"
 #include "analytics/core/report/TallixTrackedProperties.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
-#include "analytics/core/support/TallixClock.h"
+#include "tests/analytics/FixedClock.h"
 
 namespace tallix {
 namespace {
@@ -16,11 +16,6 @@ using Bytes = Value::Bytes;
 
 // 2023-11-14 22:13:20 UTC = 1700000000000 ms = 0x0000018BCFE56800.
 const Date kNow = Date::fromTimeIntervalSince1970(1700000000);
-
-class FixedClock : public TallixClock {
- public:
-  Date now() const override { return kNow; }
-};
 
 Bytes withoutChecksum(const Bytes& body) {
   return Bytes(body.begin(), body.end() - 4);
@@ -49,7 +44,7 @@ class RequestBodyWriterTest : public ::testing::Test {
   }
 
   TallixGlobalVariableStorage storage_{"1.0"};
-  FixedClock clock_;
+  FixedClock clock_{kNow};
   TallixTrackedProperties tracked_{storage_.persistentGlobalsMap()};
 };
 
