@@ -5,18 +5,15 @@
 #include "analytics/core/report/TallixSessionRecordWriter.h"
 #include "analytics/core/report/TallixTrackedProperties.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
-#include "analytics/core/support/TallixClock.h"
+#include "tests/analytics/FixedClock.h"
 #include "tests/analytics/report/SessionDraft.h"
 
 namespace tallix {
 
 // A session record from the agent's own writer, holding the given number of logged events.
 inline foundation::Value::Bytes sessionRecordWithEvents(int events) {
-  struct StartClock : TallixClock {
-    foundation::Date now() const override { return foundation::Date::fromTimeIntervalSince1970(1); }
-  };
   TallixGlobalVariableStorage storage("1.0");
-  StartClock clock;
+  const FixedClock clock(foundation::Date::fromTimeIntervalSince1970(1));
   TallixTrackedProperties tracked(storage.persistentGlobalsMap());
   SessionDraft draft;
   for (int id = 1; id <= events; ++id) {
