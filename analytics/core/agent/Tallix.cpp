@@ -195,6 +195,15 @@ void Tallix::setDelegate(std::weak_ptr<TallixDelegate> delegate) {
   call("+[Tallix setDelegate:]", [&](TallixAgent& agent) { agent.setDelegate(delegate); });
 }
 
+void Tallix::setServerURL(const std::string& server) {
+  call("+[Tallix setServerURL:]", [&](TallixAgent& agent) { agent.setServerURL(server); });
+}
+
+void Tallix::setSecureTransportEnabled(bool enabled) {
+  call("+[Tallix setSecureTransportEnabled:]",
+       [&](TallixAgent& agent) { agent.setSecureTransportEnabled(enabled); });
+}
+
 void Tallix::pauseSession() {
   call("+[Tallix pauseSession]", [](TallixAgent& agent) { agent.pauseSession(); });
 }

@@ -1,6 +1,7 @@
 #include "analytics/core/agent/TallixAgent.h"
 
 #include "analytics/core/agent/TallixApplicationStateObserver.h"
+#include "analytics/core/agent/TallixDeviceDescriber.h"
 #include "analytics/core/agent/TallixProcessApplication.h"
 #include "analytics/core/model/TallixLimits.h"
 #include "analytics/core/ports/TallixAgentService.h"
@@ -57,10 +58,13 @@ TallixAgent::TallixAgent(TallixEnvironment environment)
       center_(environment_.notificationCenter ? *environment_.notificationCenter
                                               : foundation::NotificationCenter::defaultCenter()),
       storage_(""),
-      impl_({*environment_.clock, storage_, center_, environment_.dataSender,
-             environment_.crashCapture}),
+      impl_({*environment_.clock, storage_, center_, environment_.crashCapture}),
+      uploads_(std::make_unique<TallixUploadService>(impl_.queueExecutor(), storage_,
+                                                     *environment_.clock, center_)),
       heartBeater_(impl_.queue(), center_),
-      stateObserver_(std::make_unique<TallixApplicationStateObserver>(center_, *this)) {}
+      stateObserver_(std::make_unique<TallixApplicationStateObserver>(center_, *this)) {
+  impl_.setDataSender(uploads_->dataSender());
+}
 
 TallixAgent::~TallixAgent() = default;
 
@@ -138,8 +142,10 @@ void TallixAgent::didFinishLaunchingWithOptionsInBackground(const Value& launchO
 
 void TallixAgent::startupNetworkAndSendSession() {
   const std::string apiKey = storage_.settings().apiKey;
+  const auto directory = fileDirectory();
+  uploads_->agentDidStart(apiKey, directory);
   for (const auto& service : environment_.services)
-    service->agentDidStart(apiKey);
+    service->agentDidStart(apiKey, directory);
   heartBeater_.start(kHeartBeatInterval);
   createAndSendSession();
   TallixLog::debug("Tallix: Finish starting session with apiKey[%s]", apiKey.c_str());
@@ -147,23 +153,32 @@ void TallixAgent::startupNetworkAndSendSession() {
 
 void TallixAgent::createAndSendSession() {
   const std::string apiKey = storage_.settings().apiKey;
-  {
-    std::lock_guard lock(mutex_);
-    if (!recordWriter_) {
-      trackedProperties_ =
-          std::make_unique<TallixTrackedProperties>(storage_.persistentGlobalsMap());
-      recordWriter_ = std::make_unique<TallixSessionRecordWriter>(storage_, *environment_.clock,
-                                                                  *trackedProperties_);
-    }
-  }
-  const Date startTime = impl_.setupForApiKey(
-      apiKey, fileDirectory(),
-      [writer = recordWriter_.get()](TallixSession& session) { return writer->data(session); });
+  const auto directory = fileDirectory();
+  const Date startTime = impl_.setupForApiKey(apiKey, directory, reportWriters(directory));
   copySettingsIntoSession();
   const std::string sessionId = TallixSession::sessionIdFor(startTime);
   tellDelegate(apiKey, sessionId);
   for (const auto& service : environment_.services)
     service->sessionDidStart(apiKey, sessionId);
+}
+
+TallixImpl::ReportWriters TallixAgent::reportWriters(const std::filesystem::path& directory) {
+  const auto app = application();
+  std::lock_guard lock(mutex_);
+  if (!recordWriter_) {
+    const TallixDeviceDescription device = TallixDeviceDescriber::describe(*app, directory);
+    trackedProperties_ = std::make_unique<TallixTrackedProperties>(storage_.persistentGlobalsMap());
+    recordWriter_ = std::make_unique<TallixSessionRecordWriter>(
+        storage_, *environment_.clock, *trackedProperties_,
+        [network = uploads_->network()] { return network->networkStatus(); },
+        [device] { return device.screenWidth > device.screenHeight; });
+    bodyWriter_ = std::make_unique<TallixRequestBodyWriter>(storage_, *environment_.clock,
+                                                            *trackedProperties_, device);
+  }
+  return {[writer = recordWriter_.get()](TallixSession& session) { return writer->data(session); },
+          [writer = bodyWriter_.get()](const auto& records, Date start, bool sent) {
+            return writer->dataForSessions(records, start, sent);
+          }};
 }
 
 void TallixAgent::copySettingsIntoSession() {
@@ -314,6 +329,26 @@ void TallixAgent::setTallixOptOut(bool optOut) {
 void TallixAgent::setShowErrorInLogEnabled(bool enabled) {
   std::lock_guard lock(mutex_);
   showErrorInLog_ = enabled;
+}
+
+void TallixAgent::setServerURL(const std::string& server) {
+  const auto colon = server.rfind(':');
+  const std::string portText = colon == std::string::npos ? "" : server.substr(colon + 1);
+  const bool hasPort = !portText.empty() && portText.size() <= 5 &&
+                       portText.find_first_not_of("0123456789") == std::string::npos;
+  const std::string host = hasPort ? server.substr(0, colon) : server;
+  const int port = hasPort ? std::stoi(portText) : 0;
+  if (host.empty() || host.find_first_of("/?#@ ") != std::string::npos || port > 65535) {
+    TallixLog::refusal("Tallix: setServerURL failed -- [%s] is not a host or host:port.",
+                       server.c_str());
+    return;
+  }
+  uploads_->network()->setServerURL(host, port);
+  TallixLog::debug("Tallix: setServerURL[%s]", server.c_str());
+}
+
+void TallixAgent::setSecureTransportEnabled(bool enabled) {
+  uploads_->network()->setSecureTransportEnabled(enabled);
 }
 
 void TallixAgent::setDelegate(std::weak_ptr<TallixDelegate> delegate) {

@@ -11,6 +11,8 @@
 #include "analytics/core/agent/TallixEnvironment.h"
 #include "analytics/core/agent/TallixHeartBeater.h"
 #include "analytics/core/agent/TallixImpl.h"
+#include "analytics/core/agent/TallixUploadService.h"
+#include "analytics/core/report/TallixRequestBodyWriter.h"
 #include "analytics/core/report/TallixSessionRecordWriter.h"
 #include "analytics/core/report/TallixTrackedProperties.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
@@ -56,6 +58,10 @@ class TallixAgent {
   void setTallixOptOut(bool optOut);
   bool hasUserOptedOut() const { return storage_.hasUserOptedOut(); }
   void setShowErrorInLogEnabled(bool enabled);
+  // "host" or "host:port"; reports are posted to its "/aas.do". Until one is set they are kept.
+  void setServerURL(const std::string& server);
+  // On by default: https, or plain http when switched off.
+  void setSecureTransportEnabled(bool enabled);
   void setDelegate(std::weak_ptr<TallixDelegate> delegate);
 
   EventRecordResult logEvent(const foundation::Value& eventName,
@@ -94,6 +100,8 @@ class TallixAgent {
   std::filesystem::path fileDirectory() const;
   void startupNetworkAndSendSession();
   void createAndSendSession();
+  // Made once, with the device's description, on the first session's start.
+  TallixImpl::ReportWriters reportWriters(const std::filesystem::path& directory);
   void copySettingsIntoSession();
   void tellDelegate(const std::string& apiKey, const std::string& sessionId);
   std::optional<foundation::Value::Bytes> liveCrashReport() const;
@@ -112,7 +120,11 @@ class TallixAgent {
   bool showErrorInLog_ = false;
   std::unique_ptr<TallixTrackedProperties> trackedProperties_;
   std::unique_ptr<TallixSessionRecordWriter> recordWriter_;
+  std::unique_ptr<TallixRequestBodyWriter> bodyWriter_;
   TallixImpl impl_;
+  // After the queue's owner: gone first, so the network is no longer followed while the
+  // queue finishes its work.
+  std::unique_ptr<TallixUploadService> uploads_;
   TallixHeartBeater heartBeater_;
   // Last: gone first, so no notification reaches a half-destroyed agent.
   std::unique_ptr<TallixApplicationStateObserver> stateObserver_;

@@ -15,7 +15,6 @@ namespace tallix {
 
 class TallixAgentService;
 class TallixCrashCapture;
-class TallixDataSending;
 
 // What an agent runs against. The shared agent takes the defaults: the system clock, the
 // default notification centre and a folder in the application's data directory. Tests give
@@ -25,7 +24,6 @@ struct TallixEnvironment {
   foundation::NotificationCenter* notificationCenter = nullptr;
   // Where the agent keeps its files; by default "Tallix" in the application's data directory.
   std::optional<std::filesystem::path> fileDirectory;
-  std::shared_ptr<TallixDataSending> dataSender;
   std::shared_ptr<TallixCrashCapture> crashCapture;
   std::vector<std::shared_ptr<TallixAgentService>> services;
 };

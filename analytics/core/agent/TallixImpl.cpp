@@ -31,37 +31,50 @@ struct TallixImpl::KeyedParts {
 TallixImpl::TallixImpl(Parts parts) : parts_(std::move(parts)) {}
 
 TallixImpl::~TallixImpl() {
+  executorGate_->close();
   queue_.sync([this] { saver_.flush(); });
+}
+
+TallixImpl::Executor TallixImpl::queueExecutor() {
+  return [gate = executorGate_, queue = &queue_](Work work) {
+    const foundation::CallbackGate::Pass pass(*gate);
+    if (pass.admitted())
+      queue->async(std::move(work));
+  };
+}
+
+void TallixImpl::setDataSender(std::shared_ptr<TallixDataSending> dataSender) {
+  dataSender_ = std::move(dataSender);
 }
 
 TallixImpl::KeyedParts& TallixImpl::keyedParts(const std::string& apiKey,
                                                const std::filesystem::path& directory,
-                                               RecordWriter recordOf) {
+                                               ReportWriters writers) {
   if (keyed_)
     return *keyed_;
   const TallixFilePaths paths(directory, apiKey);
   keyed_ = std::make_unique<KeyedParts>(directory);
-  keyed_->savedSessions =
-      std::make_unique<TallixSavedSessions>(paths.savedSessions(), parts_.settings, recordOf);
-  keyed_->context = std::make_shared<const TallixSessionContext>(
-      TallixSessionContext{parts_.clock, parts_.settings, counters_, paths, *keyed_->savedSessions,
-                           saver_, keyed_->measurements, std::move(recordOf),
-                           parts_.notificationCenter, parts_.dataSender, parts_.crashCapture});
+  keyed_->savedSessions = std::make_unique<TallixSavedSessions>(paths.savedSessions(),
+                                                                parts_.settings, writers.recordOf);
+  keyed_->context = std::make_shared<const TallixSessionContext>(TallixSessionContext{
+      parts_.clock, parts_.settings, counters_, paths, *keyed_->savedSessions, saver_,
+      keyed_->measurements, std::move(writers.recordOf), std::move(writers.bodyOf),
+      parts_.notificationCenter, dataSender_, parts_.crashCapture});
   keyed_->factory = std::make_unique<TallixSessionFactory>(keyed_->context);
   return *keyed_;
 }
 
 Date TallixImpl::setupForApiKey(const std::string& apiKey,
                                 const std::filesystem::path& agentDirectory,
-                                RecordWriter recordOf) {
+                                ReportWriters writers) {
   const Date startTime = parts_.clock.now();
   // Events logged until the flag below flips are in the pre-cache, which the setup takes; later
   // ones are queued behind the setup.
   std::lock_guard lock(preCacheMutex_);
   intake_.seal();
-  queue_.async([=, this, recordOf = std::move(recordOf)]() mutable {
+  queue_.async([=, this, writers = std::move(writers)]() mutable {
     TallixExceptionHandler::guarded([&] {
-      auto& factory = *keyedParts(apiKey, agentDirectory, std::move(recordOf)).factory;
+      auto& factory = *keyedParts(apiKey, agentDirectory, std::move(writers)).factory;
       counters_.resetAll();
       std::shared_ptr<TallixSession> next;
       if (session_) {
@@ -87,6 +100,8 @@ void TallixImpl::installSession(std::shared_ptr<TallixSession> session) {
     session_->publishEventLogTo(nullptr);
   session_ = std::move(session);
   session_->publishEventLogTo(&gauge_);
+  if (dataSender_)
+    dataSender_->setDataSenderDelegate(session_);
   std::lock_guard lock(sessionIdMutex_);
   sessionId_ = TallixSession::sessionIdFor(session_->fields().startTime);
 }

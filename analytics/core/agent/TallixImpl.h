@@ -14,6 +14,7 @@
 #include "analytics/core/model/TallixPreCacheEvent.h"
 #include "analytics/core/session/TallixEventLog.h"
 #include "analytics/core/session/TallixSessionSaver.h"
+#include "foundation/CallbackGate.h"
 #include "foundation/Date.h"
 #include "foundation/DispatchQueue.h"
 #include "tallix/EventRecordResult.h"
@@ -38,13 +39,22 @@ struct TallixSessionContext;
 class TallixImpl {
  public:
   using SessionWork = std::function<void(TallixSession&)>;
-  using RecordWriter = std::function<std::optional<foundation::Value::Bytes>(TallixSession&)>;
+  using Bytes = foundation::Value::Bytes;
+  using RecordWriter = std::function<std::optional<Bytes>(TallixSession&)>;
+  using BodyWriter =
+      std::function<std::optional<Bytes>(const std::vector<Bytes>&, foundation::Date, bool)>;
+  // How sessions become report records, and records request bodies.
+  struct ReportWriters {
+    RecordWriter recordOf;
+    BodyWriter bodyOf;
+  };
+  using Work = std::function<void()>;
+  using Executor = std::function<void(Work)>;
 
   struct Parts {
     const TallixClock& clock;
     TallixGlobalVariableStorage& settings;
     foundation::NotificationCenter& notificationCenter;
-    std::shared_ptr<TallixDataSending> dataSender;
     std::shared_ptr<TallixCrashCapture> crashCapture;
   };
 
@@ -54,12 +64,17 @@ class TallixImpl {
   TallixImpl& operator=(const TallixImpl&) = delete;
 
   foundation::DispatchQueue& queue() { return queue_; }
+  // Puts work on the queue from anywhere, for as long as this object stands; afterwards the
+  // work is dropped. For callbacks that may outlive the agent, such as HTTP completions.
+  Executor queueExecutor();
+  // Where finished sessions go; set before the first session starts.
+  void setDataSender(std::shared_ptr<TallixDataSending> dataSender);
 
   // Starts a new current session now: the previous one, if any, is archived and hands over
   // the events it still holds. Returns the new session's start.
   foundation::Date setupForApiKey(const std::string& apiKey,
                                   const std::filesystem::path& agentDirectory,
-                                  RecordWriter recordOf);
+                                  ReportWriters writers);
 
   bool hasSession() const { return hasSession_.load(std::memory_order_acquire); }
   // The current session's id, or "" before the first.
@@ -81,9 +96,12 @@ class TallixImpl {
   void recordLoggedEvents(std::vector<TallixPreCacheEvent>& events);
   std::vector<TallixPreCacheEvent> takePreCache();
   KeyedParts& keyedParts(const std::string& apiKey, const std::filesystem::path& directory,
-                         RecordWriter recordOf);
+                         ReportWriters writers);
 
   Parts parts_;
+  std::shared_ptr<TallixDataSending> dataSender_;
+  const std::shared_ptr<foundation::CallbackGate> executorGate_ =
+      std::make_shared<foundation::CallbackGate>();
   TallixAutoIncrement counters_;
   std::unique_ptr<KeyedParts> keyed_;
   std::shared_ptr<TallixSession> session_;  // the queue's own

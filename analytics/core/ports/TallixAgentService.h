@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 namespace tallix {
@@ -10,7 +11,12 @@ namespace tallix {
 class TallixAgentService {
  public:
   virtual ~TallixAgentService() = default;
-  virtual void agentDidStart(const std::string& apiKey) { (void)apiKey; }
+  // The agent keeps its files in agentDirectory.
+  virtual void agentDidStart(const std::string& apiKey,
+                             const std::filesystem::path& agentDirectory) {
+    (void)apiKey;
+    (void)agentDirectory;
+  }
   virtual void sessionDidStart(const std::string& apiKey, const std::string& sessionId) {
     (void)apiKey;
     (void)sessionId;

@@ -310,9 +310,11 @@ void TallixSession::archiveSession() {
 
 void TallixSession::endSession() {
   finishSession();
+  // A session handed to the uploader is not kept again, or it would be sent twice.
   if (reportsOnClose_ && context().dataSender)
     sendSessionsToServerIncludingCurrentSession();
-  context().savedSessions.addToSavedSessions(*this);
+  else
+    context().savedSessions.addToSavedSessions(*this);
   context().saver.removeFile(context().paths.currentSession());
   context().settings.savePersistentGlobalsToDisk();
 }
@@ -338,11 +340,17 @@ void TallixSession::sendSessionsToServerIncludingCurrentSession() {
   auto records = saved.savedSessions();
   if (auto current = context().recordOf(*this))
     records.push_back(std::move(*current));
-  for (const auto& record : records)
-    context().dataSender->sendSessionsData(record);
+  // Records the uploader could not store stay saved for the next attempt.
+  std::erase_if(records,
+                [&](const auto& record) { return context().dataSender->sendSessionsData(record); });
   TallixLog::debug("TallixSession: Scheduled send %lu session(s).",
                    static_cast<unsigned long>(records.size()));
-  saved.setSavedSessions({});
+  saved.setSavedSessions(records);
+}
+
+std::optional<Value::Bytes> TallixSession::prepareForSendingSessions(
+    const std::vector<Value::Bytes>& records, bool sentReportSuccessfully) {
+  return context().bodyOf(records, fields_.startTime, sentReportSuccessfully);
 }
 
 TallixEventLog::Events TallixSession::takePendingEvents() {

@@ -3,8 +3,10 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "analytics/core/support/TallixFilePaths.h"
+#include "foundation/Date.h"
 #include "foundation/Value.h"
 
 namespace foundation {
@@ -35,6 +37,11 @@ struct TallixSessionContext {
   TallixSessionMeasurements& measurements;
   // The session's report record; nothing when it cannot be written.
   std::function<std::optional<foundation::Value::Bytes>(TallixSession&)> recordOf;
+  // The request body carrying records, for a current session that began at the given time.
+  std::function<std::optional<foundation::Value::Bytes>(
+      const std::vector<foundation::Value::Bytes>& records, foundation::Date currentSessionStart,
+      bool sentReportSuccessfully)>
+      bodyOf;
   foundation::NotificationCenter& notificationCenter;
   std::shared_ptr<TallixDataSending> dataSender;
   std::shared_ptr<TallixCrashCapture> crashCapture;

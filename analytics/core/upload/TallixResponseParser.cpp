@@ -64,16 +64,20 @@ TallixResponseParser::Cookies TallixResponseParser::readCookies(const Bytes& bod
   return cookies;
 }
 
-void TallixResponseParser::parseResponse(const Bytes& body, TallixPersistentMap& cookieMap) {
+bool TallixResponseParser::parseResponse(const Bytes& body, TallixPersistentMap& cookieMap) {
+  bool changed = false;
   try {
     for (auto& [key, value] : readCookies(body)) {
-      if (cookieMap.valueForKey(key) != foundation::Value(value))
+      if (cookieMap.valueForKey(key) != foundation::Value(value)) {
         cookieMap.setValue(key, std::move(value));
+        changed = true;
+      }
     }
   } catch (const TallixMalformedData& malformed) {
     TallixLog::debug("Failed to parse response with exception %s: %s",
                      std::string(malformed.name()).c_str(), malformed.reason().c_str());
   }
+  return changed;
 }
 
 }  // namespace tallix

@@ -21,8 +21,8 @@ class TallixResponseParser {
 
   // The cookies of a complete cookie chunk; stops at the first entry that runs short.
   static Cookies readCookies(const foundation::Value::Bytes& body);
-  // Keeps what readCookies finds in the cookie map; never throws.
-  static void parseResponse(const foundation::Value::Bytes& body, TallixPersistentMap& cookies);
+  // Keeps what readCookies finds in the cookie map; true when that changed it. Never throws.
+  static bool parseResponse(const foundation::Value::Bytes& body, TallixPersistentMap& cookies);
 };
 
 }  // namespace tallix

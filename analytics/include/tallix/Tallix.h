@@ -68,6 +68,11 @@ class Tallix {
   static std::string getSessionID();
   static std::string getTallixAgentVersion();
   static void setDelegate(std::weak_ptr<TallixDelegate> delegate);
+  // Where reports go: "host" or "host:port", posted to its "/aas.do". Until one is set,
+  // reports are kept on disk and not sent.
+  static void setServerURL(const std::string& server);
+  // On by default: https, or plain http when switched off.
+  static void setSecureTransportEnabled(bool enabled);
 
   static void pauseSession();
   static void pauseBackgroundSession();

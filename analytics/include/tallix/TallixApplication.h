@@ -22,6 +22,12 @@ inline constexpr const char* kApplicationDidBecomeActiveNotification =
 inline constexpr const char* kApplicationWillTerminateNotification =
     "ApplicationWillTerminateNotification";
 
+// The screen the application shows on, in pixels; zero when it has none.
+struct ScreenSize {
+  int width = 0;
+  int height = 0;
+};
+
 // The embedding application as the agent sees it. A program that sets none is taken to be a
 // command-line program: always active, named after its executable.
 class TallixApplication {
@@ -34,6 +40,8 @@ class TallixApplication {
   virtual std::string bundleVersion() const = 0;
   // Where the application keeps its data; the agent keeps its files in a folder inside.
   virtual std::filesystem::path dataDirectory() const = 0;
+  // Asked once, on the thread that starts the session.
+  virtual ScreenSize screenSize() const { return {}; }
 };
 
 }  // namespace tallix

@@ -67,7 +67,7 @@ class SessionHarness {
         saved(paths.savedSessions(), settings, recordOf()),
         context(std::make_shared<const TallixSessionContext>(
             TallixSessionContext{clock, settings, counters, paths, saved, saver, measurements,
-                                 recordOf(), center, nullptr, nullptr})),
+                                 recordOf(), {}, center, nullptr, nullptr})),
         factory(context) {}
 
   ~SessionHarness() {

@@ -181,7 +181,9 @@ TEST_F(TallixAgentTest, RefusesArgumentsOfTheWrongKindWithTheirReasons) {
   EXPECT_EQ(session->fields().gender, -1);
 }
 
+// Reports on close hand the session to the uploader instead; the upload tests cover that.
 TEST_F(TallixAgentTest, TerminationEndsTheSessionIntoTheSavedSessions) {
+  agent.setSessionReportsOnCloseEnabled(false);
   agent.startSession(kApiKey);
   agent.logError("E1", "broken", std::make_exception_ptr(std::out_of_range("index 7")));
   post(kApplicationWillTerminateNotification);

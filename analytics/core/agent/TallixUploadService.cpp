@@ -1,0 +1,26 @@
+#include "analytics/core/agent/TallixUploadService.h"
+
+namespace tallix {
+
+TallixUploadService::TallixUploadService(TallixDataSender::Executor onQueue,
+                                         TallixGlobalVariableStorage& settings,
+                                         const TallixClock& clock,
+                                         foundation::NotificationCenter& center)
+    : onQueue_(onQueue),
+      network_(std::make_shared<TallixNetworkUtil>(center, "")),
+      dataSender_(std::make_shared<TallixDataSender>(
+          std::move(onQueue), [network = network_] { return network->serverURL(); }, settings,
+          clock)) {
+  dataSender_->observeNetworkStatus(center);
+}
+
+void TallixUploadService::agentDidStart(const std::string& apiKey,
+                                        const std::filesystem::path& agentDirectory) {
+  // Queued ahead of the first reachability news, which retransmits what earlier runs left.
+  onQueue_([sender = dataSender_, apiKey, agentDirectory] {
+    sender->setupForApiKey(agentDirectory, apiKey);
+  });
+  network_->initNetworkReachability();
+}
+
+}  // namespace tallix

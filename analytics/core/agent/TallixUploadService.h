@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "analytics/core/net/TallixNetworkUtil.h"
+#include "analytics/core/ports/TallixAgentService.h"
+#include "analytics/core/upload/TallixDataSender.h"
+
+namespace tallix {
+
+// Delivers the agent's reports: the uploader, the network's state and the server's address.
+// The network is followed from the agent's start; until a server is set, reports stay stored.
+class TallixUploadService : public TallixAgentService {
+ public:
+  TallixUploadService(TallixDataSender::Executor onQueue, TallixGlobalVariableStorage& settings,
+                      const TallixClock& clock, foundation::NotificationCenter& center);
+
+  std::shared_ptr<TallixDataSender> dataSender() const { return dataSender_; }
+  // Shared: queued uploads and report writers may ask for it after this service is gone.
+  std::shared_ptr<TallixNetworkUtil> network() const { return network_; }
+
+  void agentDidStart(const std::string& apiKey,
+                     const std::filesystem::path& agentDirectory) override;
+
+ private:
+  const TallixDataSender::Executor onQueue_;
+  const std::shared_ptr<TallixNetworkUtil> network_;
+  const std::shared_ptr<TallixDataSender> dataSender_;
+};
+
+}  // namespace tallix
