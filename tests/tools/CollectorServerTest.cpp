@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "tests/tools/JsonPath.h"
+#include "tests/tools/RunningCollector.h"
 #include "tests/tools/TestRequestBody.h"
 #include "tests/tools/TestSessionRecord.h"
 #include "tools/tallix-collector/TallixCollectorOptions.h"
@@ -36,43 +37,21 @@ std::filesystem::path freshDirectory() {
   return directory;
 }
 
-// A collector on a free port of the loopback, serving on its own thread.
+// Uploads to a collector that starts with the answer settings a test gives.
 class CollectorServerTest : public ::testing::Test {
  protected:
-  ~CollectorServerTest() override {
-    stop();
-    std::filesystem::remove_all(directory_);
-  }
-
   void start(TallixAnswerSettings settings = {}) {
-    server_ = std::make_unique<TallixCollectorServer>(store_, std::move(settings), console_);
-    const auto port = server_->bind("127.0.0.1", 0);
-    ASSERT_TRUE(port);
-    serving_ = std::thread([this] { server_->listen(); });
-    client_ = std::make_unique<httplib::Client>("127.0.0.1", *port);
-  }
-  // Joins every handler thread, so what they printed can be read safely.
-  void stop() {
-    if (serving_.joinable()) {
-      server_->stop();
-      serving_.join();
-    }
+    collector_ = std::make_unique<RunningCollector>(std::move(settings));
   }
   httplib::Result upload(const Bytes& body, const char* type = kBinaryType) {
-    return client_->Post("/aas.do", text(body), type);
+    return client().Post("/aas.do", text(body), type);
   }
-  TallixJson reports() {
-    const auto listed = client_->Get("/reports");
-    EXPECT_TRUE(listed && listed->status == 200);
-    return parsed(listed ? listed->body : "");
-  }
+  httplib::Client& client() { return collector_->client(); }
+  TallixJson reports() { return collector_->reports(); }
+  void stop() { collector_->stop(); }
+  std::string console() const { return collector_->console(); }
 
-  std::filesystem::path directory_ = freshDirectory();
-  TallixReportStore store_{directory_};
-  std::ostringstream console_;
-  std::unique_ptr<TallixCollectorServer> server_;
-  std::thread serving_;
-  std::unique_ptr<httplib::Client> client_;
+  std::unique_ptr<RunningCollector> collector_;
   TestRequestBody body_;
 };
 
@@ -90,9 +69,8 @@ TEST_F(CollectorServerTest, AcceptedUploadIsStoredListedAndSummarised) {
   EXPECT_EQ(jsonInteger(listed.get(), "0/number"), 1);
   EXPECT_EQ(jsonText(listed.get(), "0/body/apiKey"), "ORVANE-KEY");
   EXPECT_EQ(jsonInteger(listed.get(), "0/bodySize"), static_cast<json_int_t>(body_.build().size()));
-  EXPECT_TRUE(std::filesystem::exists(directory_ / "report-000001.json"));
   stop();
-  EXPECT_EQ(console_.str(), "report 1: api key \"ORVANE-KEY\", 2 sessions, 5 events\n");
+  EXPECT_EQ(console(), "report 1: api key \"ORVANE-KEY\", 2 sessions, 5 events\n");
 }
 
 TEST_F(CollectorServerTest, RefusedUploadsAreAnsweredAndKeptWithTheirReason) {
@@ -113,13 +91,13 @@ TEST_F(CollectorServerTest, RefusedUploadsAreAnsweredAndKeptWithTheirReason) {
             "content-type \"text/plain\", not application/octet-stream");
   EXPECT_EQ(jsonInteger(listed.get(), "0/rawBody/size"), static_cast<json_int_t>(damaged.size()));
   stop();
-  EXPECT_EQ(console_.str().find("report 1 rejected: CRC-32 "), 0u);
+  EXPECT_EQ(console().find("report 1 rejected: CRC-32 "), 0u);
 }
 
 TEST_F(CollectorServerTest, ControlChangesHowUploadsAreAnswered) {
   start();
   const auto changed =
-      client_->Post("/control", R"({"status":500,"delayMs":300})", "application/json");
+      client().Post("/control", R"({"status":500,"delayMs":300})", "application/json");
   ASSERT_TRUE(changed);
   EXPECT_EQ(changed->status, 200);
   EXPECT_EQ(jsonInteger(parsed(changed->body).get(), "status"), 500);
@@ -132,10 +110,10 @@ TEST_F(CollectorServerTest, ControlChangesHowUploadsAreAnswered) {
 
   // A bad control changes nothing, not even its valid members.
   const auto refused =
-      client_->Post("/control", R"({"delayMs":0,"status":"ok"})", "application/json");
+      client().Post("/control", R"({"delayMs":0,"status":"ok"})", "application/json");
   ASSERT_TRUE(refused);
   EXPECT_EQ(refused->status, 400);
-  const auto shown = client_->Get("/control");
+  const auto shown = client().Get("/control");
   ASSERT_TRUE(shown);
   EXPECT_EQ(jsonInteger(parsed(shown->body).get(), "delayMs"), 300);
   EXPECT_EQ(json_array_size(reports().get()), 1u);
@@ -151,7 +129,7 @@ TEST_F(CollectorServerTest, CookieChunkIsLaidOutByteForByte) {
                                 0x00, 0x07, 's', 'e', 's', 's',  'i',  'o', 'n',         //
                                 0x00, 0x03, 'a', 'b', 'c', 0x00, 0x01, 'k', 0x00, 0x00}));
 
-  ASSERT_TRUE(client_->Post("/control", R"({"cookies":{}})", "application/json"));
+  ASSERT_TRUE(client().Post("/control", R"({"cookies":{}})", "application/json"));
   const auto plain = upload(body_.build());
   ASSERT_TRUE(plain);
   EXPECT_EQ(plain->body, "");
