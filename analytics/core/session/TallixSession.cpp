@@ -266,6 +266,8 @@ void TallixSession::setBackgroundSessionEnabled(bool enabled) {
 }
 
 void TallixSession::pauseSession() {
+  if (reportedAtEnd_)
+    return;
   fields_.pauseTime = now();
   TallixLog::debug("TallixSession: Pause session with pauseTime[%s]",
                    fields_.pauseTime->description().c_str());
@@ -300,15 +302,19 @@ void TallixSession::resumeSession() {
 void TallixSession::archiveSession() {
   eventLog_.mergeValidPending(fields_.resumeTime, eventLoggingEnabled_);
   auto& saved = context().savedSessions;
-  if (!reportsOnPause_ || !eventLog_.events().empty())
-    saved.addToSavedSessions(*this);
-  else
-    saved.setSavedSessions({});  // an empty session reported on pause clears what is stored
+  if (!reportedAtEnd_) {
+    if (!reportsOnPause_ || !eventLog_.events().empty())
+      saved.addToSavedSessions(*this);
+    else
+      saved.setSavedSessions({});  // an empty session reported on pause clears what is stored
+  }
   fields_.resumeTime.reset();
   context().saver.removeFile(context().paths.currentSession());
 }
 
 void TallixSession::endSession() {
+  if (reportedAtEnd_)
+    return;
   finishSession();
   // A session handed to the uploader is not kept again, or it would be sent twice.
   if (reportsOnClose_ && context().dataSender)
@@ -317,6 +323,7 @@ void TallixSession::endSession() {
     context().savedSessions.addToSavedSessions(*this);
   context().saver.removeFile(context().paths.currentSession());
   context().settings.savePersistentGlobalsToDisk();
+  reportedAtEnd_ = true;
 }
 
 void TallixSession::finishSession() {
@@ -366,6 +373,7 @@ void TallixSession::adoptEvent(std::shared_ptr<TallixEvent> event) {
 }
 
 void TallixSession::saveToDisk() {
+  reportedAtEnd_ = false;
   context().saver.scheduleSave(shared_from_this(), context().paths.currentSession());
 }
 

@@ -115,6 +115,9 @@ class TallixSession : public foundation::Archivable,
   bool reportsOnClose_ = true;
   bool reportsOnPause_ = false;
   bool crashReportingEnabled_ = false;
+  // Ended, and its report sent or saved, with no change since: reporting it again at a pause
+  // or when the next session starts would only duplicate it.
+  bool reportedAtEnd_ = false;
 };
 
 }  // namespace tallix
