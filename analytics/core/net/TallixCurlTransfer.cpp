@@ -20,6 +20,9 @@ void TallixCurlTransfer::configure() {
   const TallixHttpRequest& request = task_->request();
   for (const auto& [name, value] : request.headerFields)
     headers_ = curl_slist_append(headers_, (name + ": " + value).c_str());
+  // Bodies are small and go whole: libcurl would otherwise ask first ("Expect: 100-continue")
+  // and wait up to a second for a server that does not answer the question.
+  headers_ = curl_slist_append(headers_, "Expect:");
   curl_easy_setopt(handle_, CURLOPT_URL, request.url.c_str());
   curl_easy_setopt(handle_, CURLOPT_HTTPHEADER, headers_);
   curl_easy_setopt(handle_, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeoutInterval.count()));
