@@ -1,6 +1,7 @@
 #include "tools/tallix-collector/TallixCollectorServer.h"
 
 #include <httplib.h>
+#include <sys/socket.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -59,6 +60,10 @@ TallixCollectorServer::TallixCollectorServer(TallixReportStore& store,
       server_(std::make_unique<httplib::Server>()),
       settings_(std::move(settings)) {
   server_->set_payload_max_length(kLargestBody);
+  server_->set_socket_options([this](int socket) {
+    httplib::default_socket_options(socket);
+    listeningSocket_ = socket;
+  });
   server_->Post("/aas.do", [this](const httplib::Request& request, httplib::Response& response) {
     receiveReport(request, response);
   });
@@ -80,6 +85,9 @@ std::optional<int> TallixCollectorServer::bind(const std::string& host, int port
                               : (server_->bind_to_port(host.c_str(), port) ? port : -1);
   if (bound <= 0)
     return std::nullopt;
+  // The library listens with a backlog of 5. The agent opens up to nine connections at once,
+  // and each one the kernel drops waits a second for its retry; listening again raises it.
+  ::listen(listeningSocket_, SOMAXCONN);
   return bound;
 }
 

@@ -46,6 +46,7 @@ class TallixCollectorServer {
   TallixReportStore& store_;
   std::ostream& console_;
   std::unique_ptr<httplib::Server> server_;
+  int listeningSocket_ = -1;
   mutable std::mutex settingsMutex_;
   TallixAnswerSettings settings_;
   std::mutex consoleMutex_;
