@@ -3,10 +3,10 @@
 #include "Eventually.h"
 #include "TemporaryDirectory.h"
 #include "analytics/core/net/TallixNetworkUtil.h"
-#include "analytics/core/report/TallixRequestBodyWriter.h"
 #include "analytics/core/upload/TallixDataSender.h"
 #include "foundation/DispatchQueue.h"
 #include "foundation/NotificationCenter.h"
+#include "tests/analytics/upload/BodyWriterDelegate.h"
 #include "tests/tools/JsonPath.h"
 #include "tests/tools/RunningCollector.h"
 #include "tests/tools/TestSessionRecord.h"
@@ -16,29 +16,6 @@ namespace {
 
 using foundation::eventually;
 using Bytes = foundation::Value::Bytes;
-
-// Writes the bodies the current session would write, over real session records.
-class BodyWriterDelegate : public TallixDataSenderDelegate {
- public:
-  static TallixDeviceDescription device() {
-    TallixDeviceDescription device;
-    device.tallixId = "7E57AB1E-0000-4000-8000-000000000001";
-    return device;
-  }
-
-  explicit BodyWriterDelegate(TallixGlobalVariableStorage& settings)
-      : tracked_(settings.persistentGlobalsMap()), writer_(settings, clock_, tracked_, device()) {}
-
-  std::optional<Bytes> prepareForSendingSessions(const std::vector<Bytes>& records,
-                                                 bool sentReportSuccessfully) override {
-    return writer_.dataForSessions(records, clock_.now(), sentReportSuccessfully);
-  }
-
- private:
-  const FixedClock clock_{foundation::Date::fromTimeIntervalSince1970(1700000000)};
-  TallixTrackedProperties tracked_;
-  TallixRequestBodyWriter writer_;
-};
 
 // A sender on its own queue posting to a local collector. Records are told apart by the
 // number of events they hold.
