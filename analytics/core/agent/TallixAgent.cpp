@@ -25,6 +25,9 @@ namespace {
 constexpr std::chrono::duration<double> kHeartBeatInterval{1.0};
 // The process is about to exit: the session's end must reach the disk, but not at any price.
 constexpr std::chrono::milliseconds kTerminationWait{2000};
+// And the report it sends gets a little longer to reach the server; if it does not, it is
+// stored and goes at the next start.
+constexpr std::chrono::milliseconds kDeliveryWait{3000};
 
 // The text of a string argument, or nothing after logging the refusal.
 const std::string* requireString(const Value& argument, const char* refusal) {
@@ -239,6 +242,8 @@ void TallixAgent::applicationWillTerminate() {
     endSession();
     if (!impl_.waitUntilIdle(kTerminationWait))
       TallixLog::debug("Tallix: session end not on disk before the application ended");
+    else if (!uploads_->waitUntilDelivered(kDeliveryWait))
+      TallixLog::debug("Tallix: expiration handler reached");
   });
 }
 

@@ -1,5 +1,7 @@
 #include "analytics/core/agent/TallixUploadService.h"
 
+#include <future>
+
 namespace tallix {
 
 TallixUploadService::TallixUploadService(TallixDataSender::Executor onQueue,
@@ -21,6 +23,15 @@ void TallixUploadService::agentDidStart(const std::string& apiKey,
     sender->setupForApiKey(agentDirectory, apiKey);
   });
   network_->initNetworkReachability();
+}
+
+bool TallixUploadService::waitUntilDelivered(std::chrono::milliseconds limit) {
+  auto delivered = std::make_shared<std::promise<void>>();
+  auto future = delivered->get_future();
+  onQueue_([sender = dataSender_, delivered] {
+    sender->notifyWhenIdle([delivered] { delivered->set_value(); });
+  });
+  return future.wait_for(limit) == std::future_status::ready;
 }
 
 }  // namespace tallix

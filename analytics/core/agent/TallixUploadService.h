@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -23,6 +24,8 @@ class TallixUploadService : public TallixAgentService {
 
   void agentDidStart(const std::string& apiKey,
                      const std::filesystem::path& agentDirectory) override;
+  // Waits, at most the limit, until no upload is running; false when the limit was reached.
+  bool waitUntilDelivered(std::chrono::milliseconds limit);
 
  private:
   const TallixDataSender::Executor onQueue_;

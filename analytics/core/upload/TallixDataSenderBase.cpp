@@ -1,6 +1,7 @@
 #include "analytics/core/upload/TallixDataSenderBase.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "analytics/core/net/TallixHttpAsyncTask.h"
 #include "analytics/core/net/TallixNetworkUtil.h"
@@ -69,6 +70,8 @@ bool TallixDataSenderBase::sendData(const Bytes& body, const std::string& identi
                                               {{"content-type", "application/octet-stream"}},
                                               weak_from_this(), false);
   task->setTag(identifier);
+  if (runningTasks_.empty())
+    TallixLog::debug("Tallix: start background task");
   runningTasks_.push_back(task);
   task->start();
   return true;
@@ -78,8 +81,19 @@ void TallixDataSenderBase::unregisterTask(const Task& task, bool successful) {
   std::erase(runningTasks_, task);
   if (successful)
     retransmitNotSentBlocks();
+  if (!runningTasks_.empty())
+    return;
+  TallixLog::debug("Tallix: stop background task");
+  didCompleteAllTasks();
+  for (const auto& callback : std::exchange(idleCallbacks_, {}))
+    callback();
+}
+
+void TallixDataSenderBase::notifyWhenIdle(std::function<void()> callback) {
   if (runningTasks_.empty())
-    didCompleteAllTasks();
+    callback();
+  else
+    idleCallbacks_.push_back(std::move(callback));
 }
 
 void TallixDataSenderBase::networkStatusChanged(bool reachable) {

@@ -42,6 +42,9 @@ class TallixDataSenderBase : public TallixHttpTaskDelegate,
   void requestDidCancel(const Task& task, const TallixHTTPResponse& response) override;
 
   std::size_t runningTaskCount() const { return runningTasks_.size(); }
+  // Calls back, on the queue, once no request is running: the hold a terminating application
+  // keeps so that what it just sent gets through.
+  void notifyWhenIdle(std::function<void()> callback);
 
  protected:
   bool hasOngoingTasksWindow() const { return runningTasks_.size() < kTasksWindow; }
@@ -64,6 +67,7 @@ class TallixDataSenderBase : public TallixHttpTaskDelegate,
   const ServerURLSource serverURL_;
   foundation::NotificationCenter* center_ = nullptr;
   std::vector<Task> runningTasks_;
+  std::vector<std::function<void()>> idleCallbacks_;
   // Last: destroyed first, cancelling what still runs while the rest stands.
   TallixHttpClient client_;
 };
