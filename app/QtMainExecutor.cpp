@@ -1,7 +1,6 @@
 #include "app/QtMainExecutor.h"
 
 #include <QCoreApplication>
-#include <QThread>
 
 namespace app {
 
@@ -26,11 +25,12 @@ void MainQueueDrain::runNext() {
 QtMainExecutor::QtMainExecutor() : drain_(new MainQueueDrain(QCoreApplication::instance())) {}
 
 void QtMainExecutor::post(std::function<void()> work) {
-  drain_->push(std::move(work));
+  if (drain_)
+    drain_->push(std::move(work));
 }
 
 bool QtMainExecutor::isMainThread() const {
-  return QThread::currentThread() == QCoreApplication::instance()->thread();
+  return std::this_thread::get_id() == mainThread_;
 }
 
 }  // namespace app

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QObject>
+#include <QPointer>
 #include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <thread>
 
 #include "foundation/MainExecutor.h"
 
@@ -27,6 +29,8 @@ class MainQueueDrain : public QObject {
 };
 
 // Runs main-queue work on Qt's event loop, in the order it was queued. Made on the main thread.
+// It outlives the application object (static agents are destroyed after main returns): work
+// posted after that is dropped, and the main thread is still known.
 class QtMainExecutor : public foundation::MainExecutor {
  public:
   QtMainExecutor();
@@ -36,7 +40,8 @@ class QtMainExecutor : public foundation::MainExecutor {
 
  private:
   // Owned by the application, so drain requests still queued never outlive it.
-  MainQueueDrain* drain_;
+  const QPointer<MainQueueDrain> drain_;
+  const std::thread::id mainThread_ = std::this_thread::get_id();
 };
 
 }  // namespace app
