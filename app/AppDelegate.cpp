@@ -67,10 +67,15 @@ AppDelegate::AppDelegate(OrvaneServices services) : window_(std::make_unique<QMa
 
 AppDelegate::~AppDelegate() = default;
 
-bool AppDelegate::didFinishLaunching(QApplication& application) {
+bool AppDelegate::didFinishLaunching(QApplication& application,
+                                     const AnalyticsServer* analyticsServer) {
   application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
   application.setPalette(lightContentPalette());
   tallix::Tallix::setApplication(std::make_shared<OrvaneTallixApplication>());
+  if (analyticsServer) {
+    tallix::Tallix::setSecureTransportEnabled(analyticsServer->secure);
+    tallix::Tallix::setServerURL(analyticsServer->hostAndPort.toStdString());
+  }
   tallix::Tallix::startSession(kTallixProjectKey);
   return true;
 }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 
+#include "app/AnalyticsServer.h"
 #include "app/OrvaneServices.h"
 
 class QApplication;
@@ -29,8 +30,9 @@ class AppDelegate : public QObject {
   const std::optional<QUrl>& returnURL() const { return returnURL_; }
 
   // Gives the application its dark look, with light text over the dark screen, and starts the
-  // analytics session.
-  bool didFinishLaunching(QApplication& application);
+  // analytics session, reporting to the server when one is given.
+  bool didFinishLaunching(QApplication& application,
+                          const AnalyticsServer* analyticsServer = nullptr);
   bool handleOpenURL(const QUrl& url);
   void launchReturnURL();
 

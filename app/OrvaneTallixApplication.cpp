@@ -1,6 +1,7 @@
 #include "app/OrvaneTallixApplication.h"
 
 #include <QGuiApplication>
+#include <QScreen>
 
 #include "app/ApplicationStateNotifier.h"
 #include "foundation/ApplicationPaths.h"
@@ -17,6 +18,15 @@ std::string OrvaneTallixApplication::bundleVersion() const {
 
 std::filesystem::path OrvaneTallixApplication::dataDirectory() const {
   return foundation::ApplicationPaths("Orvane").dataDirectory();
+}
+
+// In device pixels, as a phone reports its screen.
+tallix::ScreenSize OrvaneTallixApplication::screenSize() const {
+  const QScreen* screen = QGuiApplication::primaryScreen();
+  if (!screen)
+    return {};
+  const QSize size = screen->size() * screen->devicePixelRatio();
+  return {size.width(), size.height()};
 }
 
 }  // namespace app

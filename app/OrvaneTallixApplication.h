@@ -12,6 +12,7 @@ class OrvaneTallixApplication : public tallix::TallixApplication {
   std::string bundleIdentifier() const override { return "org.orvane.Orvane"; }
   std::string bundleVersion() const override;
   std::filesystem::path dataDirectory() const override;
+  tallix::ScreenSize screenSize() const override;
 };
 
 }  // namespace app

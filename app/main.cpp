@@ -5,12 +5,15 @@
 #include <QLibraryInfo>
 #include <QMainWindow>
 #include <QTranslator>
+#include <cstdio>
 
+#include "app/AnalyticsServer.h"
 #include "app/AppDelegate.h"
 #include "app/ApplicationStateNotifier.h"
 #include "app/FirstFrameReporter.h"
 #include "app/QtMainExecutor.h"
 #include "app/SingleInstance.h"
+#include "app/TerminationSignals.h"
 #include "foundation/DispatchQueue.h"
 #include "foundation/NotificationCenter.h"
 
@@ -61,11 +64,24 @@ int main(int argc, char** argv) {
       QStringLiteral("report-first-frame"),
       QStringLiteral("Print \"First frame painted\" once the window has been drawn."));
   parser.addOption(reportFirstFrame);
+  const QCommandLineOption analyticsServer(
+      QStringLiteral("analytics-server"),
+      QStringLiteral("Send usage reports to this server, e.g. http://127.0.0.1:8080 "
+                     "(default: $%1; with neither, reports stay on this machine).")
+          .arg(QLatin1String(app::AnalyticsServer::kEnvironmentVariable)),
+      QStringLiteral("address"));
+  parser.addOption(analyticsServer);
   parser.addPositionalArgument(QStringLiteral("url"),
                                QStringLiteral("orvane:// addresses to open."),
                                QStringLiteral("[url...]"));
   parser.process(application);
   const QStringList urls = parser.positionalArguments();
+  const auto server = app::AnalyticsServer::fromSettings(
+      parser.isSet(analyticsServer) ? std::optional(parser.value(analyticsServer)) : std::nullopt);
+  if (const auto* problem = std::get_if<QString>(&server)) {
+    std::fprintf(stderr, "orvane: analytics server: %s\n", qPrintable(*problem));
+    return 2;
+  }
 
   app::SingleInstance instance;
   if (instance.sendToRunningInstance(urls))
@@ -73,11 +89,12 @@ int main(int argc, char** argv) {
   instance.listen();
 
   installTranslations(application);
+  new app::TerminationSignals(&application);
   foundation::DispatchQueue::installMainExecutor(std::make_shared<app::QtMainExecutor>());
   auto* lifecycle = new app::ApplicationStateNotifier(
       foundation::NotificationCenter::defaultCenter(), application);
   app::AppDelegate delegate;
-  delegate.didFinishLaunching(application);
+  delegate.didFinishLaunching(application, std::get_if<app::AnalyticsServer>(&server));
   lifecycle->didFinishLaunching(launchOptions(urls));
   QObject::connect(&instance, &app::SingleInstance::messagesReceived, &delegate,
                    [&delegate](const QStringList& messages) {
