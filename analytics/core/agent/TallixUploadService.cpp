@@ -2,6 +2,9 @@
 
 #include <future>
 
+#include "analytics/core/support/TallixAgentVersion.h"
+#include "analytics/core/upload/TallixFileCache.h"
+
 namespace tallix {
 
 TallixUploadService::TallixUploadService(TallixDataSender::Executor onQueue,
@@ -23,6 +26,8 @@ void TallixUploadService::agentDidStart(const std::string& apiKey,
     sender->setupForApiKey(agentDirectory, apiKey);
   });
   network_->initNetworkReachability();
+  TallixFileCache::createInstanceWithApiKey(agentDirectory, apiKey,
+                                            TallixAgentVersion::getAgentVersion());
 }
 
 bool TallixUploadService::waitUntilDelivered(std::chrono::milliseconds limit) {

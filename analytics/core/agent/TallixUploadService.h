@@ -13,6 +13,7 @@ namespace tallix {
 
 // Delivers the agent's reports: the uploader, the network's state and the server's address.
 // The network is followed from the agent's start; until a server is set, reports stay stored.
+// The agent's start also opens the file cache of its key.
 class TallixUploadService : public TallixAgentService {
  public:
   TallixUploadService(TallixDataSender::Executor onQueue, TallixGlobalVariableStorage& settings,
