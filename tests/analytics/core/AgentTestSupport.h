@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "TemporaryDirectory.h"
+#include "analytics/core/agent/TallixEnvironment.h"
 #include "analytics/core/model/TallixAutoIncrement.h"
 #include "analytics/core/report/TallixSessionRecordWriter.h"
 #include "analytics/core/report/TallixTrackedProperties.h"
@@ -65,9 +66,18 @@ class SessionHarness {
         tracked(settings.persistentGlobalsMap()),
         writer(settings, clock, tracked),
         saved(paths.savedSessions(), settings, recordOf()),
-        context(std::make_shared<const TallixSessionContext>(
-            TallixSessionContext{clock, settings, counters, paths, saved, saver, measurements,
-                                 recordOf(), {}, center, nullptr, nullptr})),
+        context(std::make_shared<const TallixSessionContext>(TallixSessionContext{clock,
+                                                                                  settings,
+                                                                                  counters,
+                                                                                  paths,
+                                                                                  saved,
+                                                                                  saver,
+                                                                                  measurements,
+                                                                                  recordOf(),
+                                                                                  {},
+                                                                                  center,
+                                                                                  nullptr,
+                                                                                  nullptr})),
         factory(context) {}
 
   ~SessionHarness() {
@@ -125,5 +135,16 @@ class TestApplication : public TallixApplication {
  private:
   std::filesystem::path dataDirectory_;
 };
+
+// What a test's agent runs against: the test's clock, a private centre and a fresh directory.
+inline TallixEnvironment testEnvironment(std::shared_ptr<ManualClock> clock,
+                                         foundation::NotificationCenter& center,
+                                         const std::filesystem::path& directory) {
+  TallixEnvironment environment;
+  environment.clock = std::move(clock);
+  environment.notificationCenter = &center;
+  environment.fileDirectory = directory;
+  return environment;
+}
 
 }  // namespace tallix

@@ -31,14 +31,6 @@ class TallixAgentTest : public ::testing::Test {
     agent.setDelegate(delegate);
   }
 
-  TallixEnvironment environment() {
-    TallixEnvironment environment;
-    environment.clock = clock;
-    environment.notificationCenter = &center;
-    environment.fileDirectory = directory.path();
-    return environment;
-  }
-
   void post(const char* notification) { center.post(notification); }
 
   // The session as the agent last saved it.
@@ -63,7 +55,7 @@ class TallixAgentTest : public ::testing::Test {
   std::shared_ptr<TestApplication> application =
       std::make_shared<TestApplication>(directory.path());
   std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
-  TallixAgent agent{environment()};
+  TallixAgent agent{testEnvironment(clock, center, directory.path())};
 };
 
 TEST_F(TallixAgentTest, StartsOnceAndRefusesALateAppVersion) {

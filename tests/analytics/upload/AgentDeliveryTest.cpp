@@ -28,13 +28,6 @@ class AgentDeliveryTest : public ::testing::Test {
     agent.setSecureTransportEnabled(false);
   }
 
-  TallixEnvironment environment() {
-    TallixEnvironment environment;
-    environment.clock = clock;
-    environment.notificationCenter = &center;
-    environment.fileDirectory = directory.path();
-    return environment;
-  }
   std::size_t storedBlocks() const {
     std::size_t count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(directory.path()))
@@ -58,7 +51,7 @@ class AgentDeliveryTest : public ::testing::Test {
   foundation::NotificationCenter center;
   std::shared_ptr<TestApplication> application =
       std::make_shared<TestApplication>(directory.path());
-  TallixAgent agent{environment()};
+  TallixAgent agent{testEnvironment(clock, center, directory.path())};
 };
 
 TEST_F(AgentDeliveryTest, EndedSessionReachesTheCollectorAsItWasLogged) {
