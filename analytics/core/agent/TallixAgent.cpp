@@ -337,18 +337,11 @@ void TallixAgent::setShowErrorInLogEnabled(bool enabled) {
 }
 
 void TallixAgent::setServerURL(const std::string& server) {
-  const auto colon = server.rfind(':');
-  const std::string portText = colon == std::string::npos ? "" : server.substr(colon + 1);
-  const bool hasPort = !portText.empty() && portText.size() <= 5 &&
-                       portText.find_first_not_of("0123456789") == std::string::npos;
-  const std::string host = hasPort ? server.substr(0, colon) : server;
-  const int port = hasPort ? std::stoi(portText) : 0;
-  if (host.empty() || host.find_first_of("/?#@ ") != std::string::npos || port > 65535) {
+  if (!uploads_->network()->setServerURL(server)) {
     TallixLog::refusal("Tallix: setServerURL failed -- [%s] is not a host or host:port.",
                        server.c_str());
     return;
   }
-  uploads_->network()->setServerURL(host, port);
   TallixLog::debug("Tallix: setServerURL[%s]", server.c_str());
 }
 

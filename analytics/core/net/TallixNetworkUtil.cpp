@@ -37,10 +37,24 @@ std::string TallixNetworkUtil::serverURL() const {
                                               serverPort_, kDataPath, {});
 }
 
-void TallixNetworkUtil::setServerURL(std::string host, int port) {
+bool TallixNetworkUtil::setServerURL(const std::string& server) {
+  // An IPv6 host is bracketed, since its own colons would read as a port's.
+  const auto hostEnd = server.starts_with('[') ? server.find(']') + 1 : server.find(':');
+  const std::string host = server.substr(0, hostEnd);
+  const std::string rest = hostEnd == std::string::npos ? "" : server.substr(hostEnd);
+  const std::string port = rest.starts_with(':') ? rest.substr(1) : rest;
+  const bool hostValid =
+      !host.empty() && host != "[]" && host.find_first_of("/?#@ ") == std::string::npos;
+  const bool portValid =
+      rest.empty() ||
+      (!port.empty() && port.size() <= 5 && rest != port &&
+       port.find_first_not_of("0123456789") == std::string::npos && std::stoi(port) <= 65535);
+  if (!hostValid || !portValid)
+    return false;
   std::lock_guard lock(serverMutex_);
-  serverHost_ = std::move(host);
-  serverPort_ = port;
+  serverHost_ = host;
+  serverPort_ = rest.empty() ? 0 : std::stoi(port);
+  return true;
 }
 
 void TallixNetworkUtil::setSecureTransportEnabled(bool enabled) {

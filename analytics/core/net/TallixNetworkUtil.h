@@ -38,8 +38,9 @@ class TallixNetworkUtil {
   void reachabilityChanged(bool reachable);
 
   std::string serverURL() const;
-  // A port of 0 is the scheme's own.
-  void setServerURL(std::string host, int port = 0);
+  // "host" or "host:port" (an IPv6 host in brackets); without a port, the scheme's own. False,
+  // with nothing changed, for anything else.
+  bool setServerURL(const std::string& server);
   // On by default: reports go over https, or plain http when switched off.
   void setSecureTransportEnabled(bool enabled);
 

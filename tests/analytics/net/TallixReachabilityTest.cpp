@@ -150,8 +150,15 @@ TEST(TallixNetworkUtilTest, BuildsTheServerURLForTheTransport) {
   TallixNetworkUtil network(center, "data.example.org");
   EXPECT_EQ(network.serverURL(), "https://data.example.org/aas.do");
   network.setSecureTransportEnabled(false);
-  network.setServerURL("127.0.0.1", 8080);
+  EXPECT_TRUE(network.setServerURL("127.0.0.1:8080"));
   EXPECT_EQ(network.serverURL(), "http://127.0.0.1:8080/aas.do");
+  EXPECT_TRUE(network.setServerURL("[::1]:9000"));
+  EXPECT_EQ(network.serverURL(), "http://[::1]:9000/aas.do");
+
+  for (const char* refused : {"", ":80", "::1", "host:", "host:99999", "host:8x", "[]:80",
+                              "http://host", "host/aas.do", "user@host"})
+    EXPECT_FALSE(network.setServerURL(refused)) << refused;
+  EXPECT_EQ(network.serverURL(), "http://[::1]:9000/aas.do");
 }
 
 TEST(TallixReachabilityTest, ReportsTheKernelsStatusAndStops) {
