@@ -13,6 +13,7 @@
 
 #include "app/Alert.h"
 #include "app/SoundSettings.h"
+#include "app/TalkKeys.h"
 #include "audio/OrvaneEngine.h"
 #include "foundation/Console.h"
 #include "foundation/NotificationCenter.h"
@@ -126,6 +127,7 @@ void OrvaneVC::connectActions() {
   using views::CircleButton;
   connect(ui_->talkButton, &CircleButton::touchDown, this, &OrvaneVC::talkPressedDown);
   connect(ui_->talkButton, &CircleButton::touchUp, this, &OrvaneVC::talkTouchUp);
+  new TalkKeys(*ui_->talkButton);
   connect(ui_->effectButton, &CircleButton::clicked, this, &OrvaneVC::voiceEffectPressed);
   connect(ui_->routeButton, &CircleButton::clicked, this, &OrvaneVC::airplayPressed);
   // Every release toggles the tone button, inside or not, so every release sets the tone.

@@ -10,6 +10,7 @@
 #include "app/AnalyticsServer.h"
 #include "app/AppDelegate.h"
 #include "app/ApplicationStateNotifier.h"
+#include "app/DetectableKeyRepeat.h"
 #include "app/FirstFrameReporter.h"
 #include "app/QtMainExecutor.h"
 #include "app/SingleInstance.h"
@@ -54,6 +55,7 @@ int main(int argc, char** argv) {
   QApplication::setApplicationVersion(QStringLiteral(ORVANE_VERSION));
   QGuiApplication::setDesktopFileName(QStringLiteral("orvane"));
   QApplication::setWindowIcon(QIcon(QStringLiteral(":/orvane.png")));
+  app::enableDetectableKeyRepeat();
 
   QCommandLineParser parser;
   parser.setApplicationDescription(

@@ -136,6 +136,16 @@ void CircleButton::keyReleaseEvent(QKeyEvent* event) {
   forwardKey(event);
 }
 
+void CircleButton::pressKey() {
+  QKeyEvent space(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
+  keyPressEvent(&space);
+}
+
+void CircleButton::releaseKey() {
+  QKeyEvent space(QEvent::KeyRelease, Qt::Key_Space, Qt::NoModifier, QStringLiteral(" "));
+  keyReleaseEvent(&space);
+}
+
 // A key held while the focus moves away never sends its release here; the base button then
 // reports a release, and the press ends as a release would end it, so a hold-to-talk button
 // never stays held.

@@ -41,6 +41,11 @@ class CircleButton : public QAbstractButton {
   // Asks for a layout pass once control returns to the event loop.
   void setNeedsLayout();
 
+  // Presses and releases the button as its own Space key does, for a key held elsewhere in the
+  // window (see app/TalkKeys.h).
+  void pressKey();
+  void releaseKey();
+
   QColor fillColor() const { return fillColor_; }
   void setFillColor(const QColor& color);
 

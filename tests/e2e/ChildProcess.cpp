@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
@@ -141,6 +142,13 @@ std::optional<Clock::time_point> CapturedStream::waitForLine(const std::string& 
     return false;
   });
   return found;
+}
+
+std::size_t CapturedStream::countLines(const std::string& text, Clock::time_point since) const {
+  std::lock_guard lock(mutex_);
+  return std::count_if(lines_.begin(), lines_.end(), [&](const auto& entry) {
+    return entry.second >= since && entry.first.find(text) != std::string::npos;
+  });
 }
 
 ChildProcess::ChildProcess(const Command& command) {

@@ -40,6 +40,8 @@ class CapturedStream {
   // `limit` for it; nothing if it did not come.
   std::optional<Clock::time_point> waitForLine(const std::string& text, Clock::time_point since,
                                                Clock::duration limit) const;
+  // How many lines containing `text` arrived at or after `since`.
+  std::size_t countLines(const std::string& text, Clock::time_point since) const;
 
  private:
   void readToEnd();

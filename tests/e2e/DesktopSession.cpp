@@ -56,6 +56,7 @@ DesktopSession::DesktopSession(const audio::testing::Signal& speech,
                                const std::optional<std::filesystem::path>& soundServerDirectory)
     : soundServerDirectory_(soundServerDirectory.value_or(directory_.path() / "pulse")),
       display_(screen::kWidth, screen::kHeight),
+      keyboard_(display_.name()),
       soundServer_(soundServerDirectory_,
                    serverLines(soundServerDirectory_ / "microphone", speech.sampleRate)) {
   microphone_.emplace(soundServer_.directory() / "microphone", speech, kPauseBetweenSpeeches);
@@ -128,6 +129,14 @@ void DesktopSession::waitUntilTalkEnabled() const {
 Clock::time_point DesktopSession::pressTalk() {
   const auto pressed = Clock::now();
   pointer_->press(screen::kTalkButton);
+  return awaitRecording(pressed);
+}
+
+Clock::time_point DesktopSession::pressTalkKey(const std::string& key) {
+  return awaitRecording(keyboard_.press(key));
+}
+
+Clock::time_point DesktopSession::awaitRecording(Clock::time_point pressed) const {
   if (!orvaneOutput().waitForLine("ShowWaveformView", pressed, kRecordingShownLimit))
     throw std::runtime_error("holding Talk did not start a recording");
   return pressed;

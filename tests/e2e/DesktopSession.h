@@ -7,6 +7,7 @@
 #include <string>
 
 #include "ChildProcess.h"
+#include "Keyboard.h"
 #include "Pointer.h"
 #include "PrivateSoundServer.h"
 #include "SignalAnalysis.h"
@@ -44,8 +45,12 @@ class DesktopSession {
 
   // The mouse over Orvane's window; there once Orvane has started.
   const Pointer& pointer() const { return *pointer_; }
-  // Holds Talk down and waits until Orvane shows it is recording; returns when the press was sent.
+  // The keyboard, typing into whichever window has the focus.
+  const Keyboard& keyboard() const { return keyboard_; }
+  // Holds Talk down with the mouse, or holds a key down, and waits until Orvane shows it is
+  // recording; returns when the press was sent.
   Clock::time_point pressTalk();
+  Clock::time_point pressTalkKey(const std::string& key);
   const SourceRecorder& speaker() const { return *speaker_; }
   const VirtualMicrophone& microphone() const { return *microphone_; }
 
@@ -55,10 +60,12 @@ class DesktopSession {
 
  private:
   std::map<std::string, std::string> orvaneEnvironment() const;
+  Clock::time_point awaitRecording(Clock::time_point pressed) const;
 
   foundation::TemporaryDirectory directory_;
   const std::filesystem::path soundServerDirectory_;
   XvfbDisplay display_;
+  Keyboard keyboard_;
   PrivateSoundServer soundServer_;
   std::optional<VirtualMicrophone> microphone_;
   std::optional<SourceRecorder> speaker_;

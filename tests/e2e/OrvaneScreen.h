@@ -14,6 +14,8 @@ inline constexpr int kHeight = 760;
 inline constexpr WindowPoint kEffectButton{162, 332};  // "Voice": normal, monster, chipmunk
 inline constexpr WindowPoint kToneButton{257, 332};    // the start chime, on or off
 inline constexpr WindowPoint kTalkButton{210, 556};    // the round button's centre
+inline constexpr WindowPoint kVolumeSlider{300, 261};  // on the track, left of a full volume's knob
+inline constexpr WindowPoint kBackground{30, 450};     // the screen itself, clear of every control
 // The Talk button's title: grey while Talk is disabled, white once Orvane can record.
 inline constexpr QRect kTalkTitle{172, 540, 76, 35};
 // Inside the Talk button, clear of its title: white while the button is held.

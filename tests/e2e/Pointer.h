@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "ChildProcess.h"
 
@@ -26,8 +25,6 @@ class Pointer {
   Clock::time_point release() const;
 
  private:
-  Clock::time_point xdotool(std::vector<std::string> arguments) const;
-
   std::string display_;
   std::string window_;
 };

@@ -18,6 +18,11 @@ namespace e2e {
 struct Sound {
   Clock::time_point start;
   audio::testing::Signal signal;
+
+  Clock::time_point end() const {
+    return start + std::chrono::duration_cast<Clock::duration>(
+                       std::chrono::duration<double>(signal.seconds()));
+  }
 };
 
 // Records a source of the sound server (an output's monitor) from the moment it is made, in mono,
