@@ -139,11 +139,13 @@ audio::OrvaneEngine& OrvaneVC::engine() const {
   return *required(orvane_.get(), "the engine");
 }
 
-std::function<void()> OrvaneVC::onMainQueue(std::function<void()> work) const {
-  return [alive = std::weak_ptr<void>(lifetime_), work = std::move(work)] {
-    foundation::DispatchQueue::main().async([alive, work] {
+template <typename... Arguments>
+std::function<void(Arguments...)> OrvaneVC::onMainQueue(
+    std::function<void(std::type_identity_t<Arguments>...)> work) const {
+  return [alive = std::weak_ptr<void>(lifetime_), work = std::move(work)](Arguments... arguments) {
+    foundation::DispatchQueue::main().async([alive, work, arguments...] {
       if (alive.lock())
-        work();
+        work(arguments...);
     });
   };
 }
@@ -216,10 +218,17 @@ void OrvaneVC::registerForNotifications() {
                      [showRoute](const foundation::Notification&) { showRoute(); });
   center.addObserver(std::string(platform::SystemVolume::kVolumeChangeNotification), this,
                      [showVolume](const foundation::Notification&) { showVolume(); });
-  auto startProgress = onMainQueue([this] { startProgressBar(); });
+  // The length is read on audioQ: the discoverer must hold up neither the main thread nor the
+  // engine's queue, whose notification this is. No announcement starts before a release has
+  // registered again, with the engine there.
+  auto startProgress = onMainQueue<double>([this](double length) { startProgressBar(length); });
   auto reset = onMainQueue([this] { scheduleOrvaneReset(); });
-  center.addObserver(audio::OrvaneEngine::playbackStartedNotificationName(), this,
-                     [startProgress](const foundation::Notification&) { startProgress(); });
+  center.addObserver(
+      audio::OrvaneEngine::playbackStartedNotificationName(), this,
+      [&queue = audioQ_, engine = orvane_, startProgress](const foundation::Notification&) {
+        if (engine)
+          queue.async([engine, startProgress] { startProgress(engine->playbackLength()); });
+      });
   center.addObserver(std::string(audio::OrvaneEngine::kPlaybackFailedNotification), this,
                      [reset](const foundation::Notification&) { reset(); });
 }
@@ -252,15 +261,16 @@ void OrvaneVC::updateMeters() {
   ui_->waveFormView->updateWithLevel(demoMode_ ? kDemoLevel : engine().audioLevel());
 }
 
-void OrvaneVC::startProgressBar() {
+void OrvaneVC::startProgressBar(double playbackLength) {
+  playbackLength_ = playbackLength;
   ui_->playbackProgressView->setProgress(0, false);
-  ui_->playbackProgressView->animateProgress(1.0f, engine().playbackLength());
+  ui_->playbackProgressView->animateProgress(1.0f, playbackLength);
 }
 
 // A tick of a 0.1 s progress timer; nothing starts one at present.
 void OrvaneVC::updateProgressBar() {
   const float progress = ui_->playbackProgressView->progress();
-  const float increment = static_cast<float>(0.1 / engine().playbackLength());
+  const float increment = static_cast<float>(0.1 / playbackLength_);
   ui_->playbackProgressView->setProgress(progress + increment, true);
   if (progress + increment > 1.0f && progressTimer_) {
     progressTimer_->stop();
@@ -282,10 +292,27 @@ void OrvaneVC::viewDidLoad() {
       button->setEnabled(true);
     ui_->talkButton->setFocus();
   });
-  audioQ_.async([makeEngine = services_.makeEngine, made, arrive] {
-    *made = makeEngine();
-    arrive();
+  // Without an engine the buttons stay grey, and the person learns why.
+  auto fail = onMainQueue<std::string>(
+      [this](const std::string& reason) { presentEngineAlert(QString::fromStdString(reason)); });
+  audioQ_.async([makeEngine = services_.makeEngine, made, arrive, fail] {
+    try {
+      *made = makeEngine();
+      arrive();
+    } catch (const std::exception& error) {
+      Console::line(std::string("The sound system could not be set up: ") + error.what());
+      fail(error.what());
+    }
   });
+}
+
+void OrvaneVC::presentEngineAlert(const QString& reason) {
+  //: Alert title when the sound system cannot be set up
+  const QString title = tr("Orvane Cannot Record");
+  //: Alert message when the sound system cannot be set up; %1 says what is missing
+  const QString message = tr("Orvane cannot record or play announcements: %1").arg(reason);
+  ui_->talkButton->setToolTip(message);
+  presentAlert(this, title, message, {{tr("OK"), AlertActionStyle::Default, {}}});
 }
 
 void OrvaneVC::showEvent(QShowEvent* event) {

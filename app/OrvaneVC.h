@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <type_traits>
 
 #include "app/OrvaneServices.h"
 #include "foundation/DispatchQueue.h"
@@ -62,7 +63,8 @@ class OrvaneVC : public QWidget {
   void scheduleOrvaneReset();
   void resetOrvane();
   void updateMeters();
-  void startProgressBar();
+  // Fills the bar over the announcement's length, measured off the main thread.
+  void startProgressBar(double playbackLength);
   void updateProgressBar();
 
   // Set-up and the controls.
@@ -94,9 +96,12 @@ class OrvaneVC : public QWidget {
   void animateWaveLayout(const QRect& labelFrame, const QFont& labelFont, const QRect& waveFrame,
                          std::function<void()> completion = {});
   audio::OrvaneEngine& engine() const;
+  void presentEngineAlert(const QString& reason);
   // Work for the main queue that is dropped if the screen is gone by the time it runs. Made on
-  // the main thread; the result may be called from any thread.
-  std::function<void()> onMainQueue(std::function<void()> work) const;
+  // the main thread; the result may be called from any thread, with the work's arguments.
+  template <typename... Arguments>
+  std::function<void(Arguments...)> onMainQueue(
+      std::function<void(std::type_identity_t<Arguments>...)> work) const;
 
   const bool demoMode_;
   OrvaneServices services_;
@@ -111,6 +116,7 @@ class OrvaneVC : public QWidget {
   views::DisplayLink* displaylink_ = nullptr;
   QTimer* progressTimer_ = nullptr;
   bool recording_ = false;
+  double playbackLength_ = 0;  // of the announcement playing, as last measured
 
   bool talkHeld_ = false;
   QPointer<QAbstractAnimation> waveAnimation_;

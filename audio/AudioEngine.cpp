@@ -15,11 +15,16 @@ GstPad* pad(AudioNode& node, const char* name) {
 
 }  // namespace
 
-AudioEngine::AudioEngine(const std::string& sinkDescription, platform::AudioSession& session)
-    : session_(session) {
-  ensureGStreamer();
+AudioEngine::AudioEngine(const std::string& sinkDescription, platform::AudioSession& session,
+                         FailureHandler onFailure)
+    : session_(session), onFailure_(std::move(onFailure)) {
+  // What the player and time-pitch nodes are made of, found missing now rather than at the
+  // first release.
+  requireElements({"concat", "capsfilter", "filesrc", "decodebin", "qtdemux", "avdec_aac",
+                   "audioconvert", "audioresample", "pitch"});
   pipeline_.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new("player"))));
-  bus_ = std::make_unique<PipelineBus>(pipeline_.get(), "Playback");
+  bus_ = std::make_unique<PipelineBus>(pipeline_.get(), "Playback", PipelineBus::LevelHandler{},
+                                       [this](const std::string& reason) { failed(reason); });
   output_ = std::make_unique<AudioOutputNode>(sinkDescription);
   gst_bin_add(GST_BIN(pipeline_.get()), output_->element());
 }
@@ -111,6 +116,16 @@ void AudioEngine::reset() {
 
 bool AudioEngine::hasFinishedPlaying() const {
   return bus_->hasEnded();
+}
+
+bool AudioEngine::hasFailedWhileRunning() const {
+  return isRunning() && bus_->lastError();
+}
+
+// Errors while start() is under way are start()'s to report; running_ is set only after it.
+void AudioEngine::failed(const std::string& reason) const {
+  if (isRunning() && onFailure_)
+    onFailure_(reason);
 }
 
 }  // namespace audio

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -20,10 +21,15 @@ class AudioOutputNode;
 class PipelineBus;
 
 // The playback graph: nodes attached to one pipeline and connected bus to bus, ending in the
-// output node. Thread-safe: play and reset may come from different threads.
+// output node. Thread-safe, though its owner keeps the order of attach, connect, start and reset.
 class AudioEngine {
  public:
-  AudioEngine(const std::string& sinkDescription, platform::AudioSession& session);
+  // Hears, on a streaming thread, that the running graph failed: the output went away, a file
+  // would not decode, the sound server left. Once a run, and never for a start that failed.
+  using FailureHandler = std::function<void(const std::string& reason)>;
+
+  AudioEngine(const std::string& sinkDescription, platform::AudioSession& session,
+              FailureHandler onFailure = {});
   ~AudioEngine();
   AudioEngine(const AudioEngine&) = delete;
   AudioEngine& operator=(const AudioEngine&) = delete;
@@ -41,6 +47,8 @@ class AudioEngine {
   bool isRunning() const { return running_.load(std::memory_order_acquire); }
   // True once everything the players had scheduled has reached the output.
   bool hasFinishedPlaying() const;
+  // True while the run under way has failed and has not been stopped.
+  bool hasFailedWhileRunning() const;
 
   // The playback pipeline, for probes in tests and benchmarks.
   GstElement* pipeline() const { return pipeline_.get(); }
@@ -53,8 +61,10 @@ class AudioEngine {
   };
   void disconnect(const Link& link);
   void stopLocked();
+  void failed(const std::string& reason) const;
 
   platform::AudioSession& session_;
+  FailureHandler onFailure_;
   GstPtr<GstElement> pipeline_;
   std::unique_ptr<PipelineBus> bus_;
   std::unique_ptr<AudioOutputNode> output_;

@@ -36,6 +36,7 @@ AudioRecorder::~AudioRecorder() {
 }
 
 void AudioRecorder::build(const std::string& sourceDescription) {
+  requireElements({"audioconvert", "audioresample", "level", "avenc_aac", "mp4mux", "filesink"});
   std::string error;
   GstElement* source = makeBinFromDescription(sourceDescription, error);
   if (!source)

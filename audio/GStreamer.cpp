@@ -1,9 +1,36 @@
 #include "audio/GStreamer.h"
 
+#include <map>
 #include <mutex>
 #include <stdexcept>
+#include <string_view>
 
 namespace audio {
+namespace {
+
+// Where Debian keeps the plugins of the elements we use.
+std::string_view packageOf(std::string_view factory) {
+  static const std::map<std::string_view, std::string_view> packages = {
+      {"concat", "libgstreamer1.0-0"},
+      {"capsfilter", "libgstreamer1.0-0"},
+      {"filesrc", "libgstreamer1.0-0"},
+      {"filesink", "libgstreamer1.0-0"},
+      {"decodebin", "gstreamer1.0-plugins-base"},
+      {"audioconvert", "gstreamer1.0-plugins-base"},
+      {"audioresample", "gstreamer1.0-plugins-base"},
+      {"level", "gstreamer1.0-plugins-good"},
+      {"qtdemux", "gstreamer1.0-plugins-good"},
+      {"mp4mux", "gstreamer1.0-plugins-good"},
+      {"pitch", "gstreamer1.0-plugins-bad"},
+      {"avenc_aac", "gstreamer1.0-libav"},
+      {"avdec_aac", "gstreamer1.0-libav"},
+      {"pulsesrc", "gstreamer1.0-pulseaudio"},
+      {"pulsesink", "gstreamer1.0-pulseaudio"}};
+  const auto found = packages.find(factory);
+  return found == packages.end() ? std::string_view() : found->second;
+}
+
+}  // namespace
 
 void ensureGStreamer() {
   static std::once_flag once;
@@ -32,6 +59,23 @@ GstElement* makeElement(const char* factory, const char* name) {
     throw std::runtime_error(std::string("GStreamer element \"") + factory + "\" is not installed");
   }
   return element;
+}
+
+void requireElements(std::initializer_list<const char*> factories) {
+  ensureGStreamer();
+  std::string missing;
+  for (const char* factory : factories) {
+    GstElementFactory* found = gst_element_factory_find(factory);
+    if (found) {
+      gst_object_unref(found);
+      continue;
+    }
+    missing += (missing.empty() ? "\"" : ", \"") + std::string(factory) + '"';
+    if (const auto package = packageOf(factory); !package.empty())
+      missing += " (" + std::string(package) + ')';
+  }
+  if (!missing.empty())
+    throw std::runtime_error("GStreamer elements are missing: " + missing);
 }
 
 void applyStreamProperties(GstElement* bin, const std::string& mediaRole) {

@@ -2,6 +2,7 @@
 
 #include <gst/gst.h>
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 
@@ -23,6 +24,10 @@ GstElement* makeBinFromDescription(const std::string& description, std::string& 
 
 // Makes an element of our own graph, which must exist: the plugins come with the installation.
 GstElement* makeElement(const char* factory, const char* name = nullptr);
+
+// Throws, naming every element of `factories` that is not installed and the Debian package that
+// brings it, so a person can tell what to install.
+void requireElements(std::initializer_list<const char*> factories);
 
 // Sets "stream-properties" (media role, application name) on the sound-server elements inside
 // `bin`; elements of other kinds are left alone.

@@ -5,9 +5,9 @@
 
 #include "audio/AudioAsset.h"
 #include "audio/AudioFile.h"
-#include "audio/MediaDiscoverer.h"
 #include "audio/AudioPlayerNode.h"
 #include "audio/AudioUnitTimePitch.h"
+#include "audio/MediaDiscoverer.h"
 #include "foundation/ApplicationPaths.h"
 #include "foundation/Console.h"
 #include "foundation/NotificationCenter.h"
@@ -44,19 +44,23 @@ OrvaneEngine::OrvaneEngine(OrvaneEngineConfiguration configuration)
       recordingURL_(configuration.documentsDirectory / "recording.m4a"),
       playbackURL_(configuration.documentsDirectory / "playback.m4a"),
       startTonePath_(configuration.startTonePath),
-      engine_(configuration.sinkDescription, session_),
+      engine_(configuration.sinkDescription, session_,
+              [this](const std::string&) { audioQueue().async([this] { stopFailedPlayback(); }); }),
       recorder_(recordingURL_, RecorderSettings{}, configuration.sourceDescription, session_) {
   recorder_.prepareToRecord();
   if (startTonePath_.empty()) {
     Console::line("Start tone \"Beep1.m4a\" is not installed; announcements play without it");
   }
   // Loads the decoders now, so the first release does not wait for them.
-  decoderWarmUp_ = std::async(std::launch::async,
-                              [tone = startTonePath_] { MediaDiscoverer::discover(tone); });
+  decoderWarmUp_ =
+      std::async(std::launch::async, [tone = startTonePath_] { MediaDiscoverer::discover(tone); });
 }
 
 OrvaneEngine::~OrvaneEngine() {
-  // A play still queued refers to this engine; plugins still loading must not meet the exit.
+  // A play still queued refers to this engine, and so does a failure reported before the graph
+  // stopped; once it has stopped nothing reports any more. Plugins still loading must not meet
+  // the exit either.
+  audioQueue().sync([this] { engine_.stop(); });
   audioQueue().sync([] {});
   decoderWarmUp_.wait();
 }
@@ -109,14 +113,20 @@ void OrvaneEngine::stopRecording() {
   }
 }
 
+// A take that cannot be moved must not leave the one before it to be played in its place.
 void OrvaneEngine::keepTake() {
-  std::error_code ignored;
-  if (std::filesystem::exists(playbackURL_, ignored))
+  std::error_code error;
+  if (std::filesystem::remove(playbackURL_, error))
     Console::line("Old file deleted");
-  // The rename replaces the old take in one step, so a failed move leaves it in place.
-  std::filesystem::rename(recordingURL_, playbackURL_, ignored);
+  std::filesystem::rename(recordingURL_, playbackURL_, error);
+  if (error) {
+    Console::line("The take could not be kept: " + error.message());
+    readyForPlayback_.store(false);
+    postPlaybackFailed();
+    return;
+  }
   readyForPlayback_.store(true);
-  std::filesystem::remove(recordingURL_, ignored);
+  std::filesystem::remove(recordingURL_, error);
 }
 
 void OrvaneEngine::play() {
@@ -183,11 +193,24 @@ void OrvaneEngine::startPlayer(AudioPlayerNode& player) {
   Console::line("Playback started");
 }
 
+// On the audio queue, so a play being built there is never taken apart halfway.
 void OrvaneEngine::reset() {
-  engine_.stop();
-  engine_.reset();
+  audioQueue().sync([this] {
+    engine_.stop();
+    engine_.reset();
+  });
   recorder_.stop();
   session_.setCategory(AudioSessionCategory::Playback);
+}
+
+// The output went away, the take would not decode or the sound server left while playing: the
+// person hears nothing more, and must hear of it. A failure of a run that has since been stopped
+// or replaced is old news.
+void OrvaneEngine::stopFailedPlayback() {
+  if (!engine_.hasFailedWhileRunning())
+    return;
+  engine_.stop();
+  postPlaybackFailed();
 }
 
 void OrvaneEngine::postPlaybackFailed() {

@@ -75,6 +75,7 @@ class OrvaneEngine {
   void scheduleStartTone(AudioPlayerNode& player);
   void scheduleVoice(AudioPlayerNode& player);
   void startPlayer(AudioPlayerNode& player);
+  void stopFailedPlayback();
   void postPlaybackFailed();
 
   platform::AudioSession& session_;

@@ -4,10 +4,12 @@
 
 namespace audio {
 
-PipelineBus::PipelineBus(GstElement* pipeline, std::string label, LevelHandler levelHandler)
+PipelineBus::PipelineBus(GstElement* pipeline, std::string label, LevelHandler levelHandler,
+                         ErrorHandler errorHandler)
     : bus_(gst_element_get_bus(pipeline)),
       label_(std::move(label)),
-      levelHandler_(std::move(levelHandler)) {
+      levelHandler_(std::move(levelHandler)),
+      errorHandler_(std::move(errorHandler)) {
   gst_bus_set_sync_handler(bus_, &PipelineBus::onMessage, this, nullptr);
 }
 
@@ -64,10 +66,16 @@ void PipelineBus::handle(GstMessage* message) {
       g_clear_error(&error);
       if (loggingErrors_.load())
         foundation::Console::line(label_ + " failed: " + reason);
-      std::lock_guard lock(mutex_);
-      if (!error_)
-        error_ = reason;
-      changed_.notify_all();
+      bool first = false;
+      {
+        std::lock_guard lock(mutex_);
+        first = !error_;
+        if (first)
+          error_ = reason;
+        changed_.notify_all();
+      }
+      if (first && errorHandler_)
+        errorHandler_(reason);
       break;
     }
     default:

@@ -20,9 +20,13 @@ class PipelineBus {
   enum class Outcome { EndOfStream, Error, TimedOut };
   // Receives the rms power of channel 0 in dBFS from each "level" message.
   using LevelHandler = std::function<void(double decibels)>;
+  // Receives the first error of each run, after it has been logged.
+  using ErrorHandler = std::function<void(const std::string& reason)>;
 
-  // `label` starts the log lines: "<label> failed: <reason>".
-  PipelineBus(GstElement* pipeline, std::string label, LevelHandler levelHandler = {});
+  // `label` starts the log lines: "<label> failed: <reason>". The handlers run on the thread that
+  // posts the message, a streaming thread usually: they must not change the pipeline's state.
+  PipelineBus(GstElement* pipeline, std::string label, LevelHandler levelHandler = {},
+              ErrorHandler errorHandler = {});
   ~PipelineBus();
   PipelineBus(const PipelineBus&) = delete;
   PipelineBus& operator=(const PipelineBus&) = delete;
@@ -43,6 +47,7 @@ class PipelineBus {
   GstBus* bus_;
   std::string label_;
   LevelHandler levelHandler_;
+  ErrorHandler errorHandler_;
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::atomic<bool> loggingErrors_{true};

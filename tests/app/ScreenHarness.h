@@ -50,7 +50,11 @@ class MainQueueOnEventLoop {
 // and plays into a fake sink.
 class ScreenHarness {
  public:
-  explicit ScreenHarness(SoundServer& server, bool demoMode = false);
+  enum class AwaitEngine { Yes, No };
+
+  // Returns once the engine has arrived, unless told not to wait for it.
+  explicit ScreenHarness(SoundServer& server, bool demoMode = false,
+                         AwaitEngine awaitEngine = AwaitEngine::Yes);
   ~ScreenHarness();
 
   // The engine's devices: the live tone and the fake sink, with takes kept in `documents`.

@@ -1,4 +1,6 @@
 // The main screen with no sound server: the refused microphone, the controls and the layouts.
+#include <gmock/gmock.h>
+#include <gst/gst.h>
 #include <gtest/gtest.h>
 
 #include <QLabel>
@@ -7,6 +9,7 @@
 #include <future>
 
 #include "ScreenHarness.h"
+#include "audio/GStreamer.h"
 #include "audio/OrvaneEngine.h"
 #include "views/OndulaWaveformView.h"
 #include "views/ProgressView.h"
@@ -144,10 +147,28 @@ TEST_F(ScreenTest, TheButtonsThatUseTheEngineWaitUntilItIsBuilt) {
     EXPECT_TRUE(screen.findChild<views::CircleButton*>(name)->isEnabled()) << name;
 }
 
+// As on a machine without the plugin that brings the pitch shifter.
+TEST_F(ScreenTest, AnEngineThatCannotBeBuiltSaysWhatIsMissing) {
+  audio::ensureGStreamer();
+  GstRegistry* registry = gst_registry_get();
+  GstPluginFeature* pitch = gst_registry_lookup_feature(registry, "pitch");
+  ASSERT_TRUE(pitch);
+  gst_registry_remove_feature(registry, pitch);
+  {
+    ScreenHarness harness(server_, false, ScreenHarness::AwaitEngine::No);
+    ASSERT_TRUE(eventuallyShown([&] { return !harness.alerts().empty(); }));
+    EXPECT_EQ(harness.alerts().front()->windowTitle(), "Orvane Cannot Record");
+    EXPECT_THAT(harness.alerts().front()->text().toStdString(),
+                ::testing::HasSubstr("\"pitch\" (gstreamer1.0-plugins-bad)"));
+    EXPECT_FALSE(harness.button("talkButton").isEnabled());
+  }
+  gst_registry_add_feature(registry, pitch);
+}
+
 TEST_F(ScreenTest, TheProgressBarFillsOverThePlaybackAndStaysFull) {
   ScreenHarness harness(server_);
   auto& progress = harness.outlet<views::ProgressView>("playbackProgressView");
-  harness.screen().startProgressBar();  // nothing was recorded: a length of 0 fills it at once
+  harness.screen().startProgressBar(0);  // a length of 0 fills it at once
   EXPECT_EQ(progress.progress(), 1.0f);
   harness.screen().resetOrvane();
   EXPECT_EQ(progress.progress(), 0.0f);

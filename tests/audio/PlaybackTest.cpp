@@ -108,5 +108,20 @@ TEST_F(PlaybackTest, AnOutputThatCannotOpenKeepsTheTakeReady) {
   EXPECT_EQ(notifications_.failures(), 0);
 }
 
+// As an output that goes away mid-announcement: the person hears of it once, and the graph stops.
+TEST_F(PlaybackTest, AFailureWhilePlayingStopsTheEngineAndIsReportedOnce) {
+  stageRecording(sharedTake());
+  auto engine = makeEngine(kLiveSine, "identity error-after=20 ! fakesink sync=true");
+  ::testing::internal::CaptureStdout();
+  engine->stopRecording();
+  engine->play();
+  EXPECT_TRUE(foundation::eventually([&] { return notifications_.failures() == 1; }));
+  EXPECT_TRUE(foundation::eventually([&] { return !engine->audioEngine().isRunning(); }));
+  engine.reset();
+  EXPECT_THAT(::testing::internal::GetCapturedStdout(), HasSubstr("Playback failed: "));
+  EXPECT_EQ(notifications_.starts(), 1);
+  EXPECT_EQ(notifications_.failures(), 1);
+}
+
 }  // namespace
 }  // namespace audio::testing

@@ -67,5 +67,21 @@ TEST_F(SoundServerTest, PlaysToTheDefaultOutputAsMusicFromOrvane) {
   EXPECT_EQ(notifications_.failures(), 0);
 }
 
+// As the sound server quitting mid-announcement (a crash, a logout), on a server of the test's own.
+TEST_F(SoundServerTest, ASoundServerLeavingWhilePlayingIsReported) {
+  const std::filesystem::path server = directory_.path() / "leaving";
+  const std::string script = PRIVATE_PULSE_SCRIPT;
+  std::filesystem::create_directories(server);
+  ASSERT_EQ(std::system((script + " start " + server.string()).c_str()), 0);
+  auto engine = makeEngine(kLiveSine, "pulsesink server=unix:" + (server / "native").string());
+  stageRecording(sharedTake());
+  engine->stopRecording();
+  engine->play();
+  ASSERT_TRUE(foundation::eventually([&] { return notifications_.starts() == 1; }));
+  ASSERT_EQ(std::system((script + " stop " + server.string()).c_str()), 0);
+  EXPECT_TRUE(foundation::eventually([&] { return notifications_.failures() == 1; }));
+  EXPECT_FALSE(engine->audioEngine().isRunning());
+}
+
 }  // namespace
 }  // namespace audio::testing

@@ -4,6 +4,7 @@
 
 #include "EngineFixture.h"
 #include "audio/MediaDiscoverer.h"
+#include "foundation/DispatchQueue.h"
 
 namespace audio::testing {
 namespace {
@@ -66,6 +67,68 @@ TEST_F(TakeTest, ATakeMustBeLongerThan10000Bytes) {
   EXPECT_EQ(std::filesystem::file_size(playback()), 10001u);
   EXPECT_FALSE(std::filesystem::exists(recording()));
   EXPECT_EQ(notifications_.failures(), 3);
+}
+
+// Whatever is in the way of the playback file, the take that could not be moved is not ready.
+TEST_F(TakeTest, ATakeThatCannotBeKeptIsNotPlayed) {
+  std::filesystem::create_directories(playback() / "in the way");
+  stageRecording(sharedTake());
+  auto log = consoleOf(makeEngine(), [](OrvaneEngine& engine) {
+    engine.stopRecording();
+    engine.play();
+  });
+
+  EXPECT_THAT(log, HasSubstr("The take could not be kept: "));
+  EXPECT_THAT(log, HasSubstr("User Error - Audio was not ready for playback"));
+  EXPECT_EQ(notifications_.starts(), 0);
+  EXPECT_GE(notifications_.failures(), 2);
+}
+
+// Counts GLib's critical messages, the assertions GStreamer makes on its callers, while it lives.
+class CriticalMessages {
+ public:
+  CriticalMessages() { previous_ = g_log_set_default_handler(&count, this); }
+  ~CriticalMessages() { g_log_set_default_handler(previous_, nullptr); }
+  int count() const { return count_.load(); }
+
+ private:
+  static void count(const gchar* domain, GLogLevelFlags level, const gchar* text, gpointer self) {
+    if (level & G_LOG_LEVEL_CRITICAL)
+      ++static_cast<CriticalMessages*>(self)->count_;
+    g_log_default_handler(domain, level, text, nullptr);
+  }
+  GLogFunc previous_;
+  std::atomic<int> count_{0};
+};
+
+// A press every 100 ms, as a stuttering key makes them, each release answered with the screen's
+// reset: GStreamer asserts nothing, the graph keeps no leftovers, and the last good take is not
+// played again.
+TEST_F(TakeTest, TakesStartedAndStoppedEveryHundredMillisecondsStayClean) {
+  CriticalMessages criticals;
+  auto engine = makeEngine();
+  stageRecording(sharedTake());
+  engine->stopRecording();
+  playToOutput(*engine);
+  const int children = GST_BIN_NUMCHILDREN(engine->audioEngine().pipeline());
+  foundation::DispatchQueue audioQ("test.audioQ");
+  for (int press = 0; press < 20; ++press) {
+    audioQ.async([&] { engine->startRecording(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    audioQ.async([&] {
+      engine->stopRecording();
+      engine->play();
+      engine->reset();
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+  audioQ.sync([] {});
+  engine->reset();
+
+  EXPECT_EQ(criticals.count(), 0);
+  EXPECT_LE(GST_BIN_NUMCHILDREN(engine->audioEngine().pipeline()), children);
+  EXPECT_EQ(notifications_.starts(), 1);
+  EXPECT_FALSE(engine->recorder().isRecording());
 }
 
 TEST_F(TakeTest, ReleasingWithoutATakeSaysNothing) {
