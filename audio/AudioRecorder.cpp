@@ -49,6 +49,7 @@ void AudioRecorder::build(const std::string& sourceDescription) {
   if (!encoder)
     throw std::runtime_error("Cannot build the recording graph: " + error);
 
+  watchForStreaming(encoder);
   file_.reset(gst_bin_get_by_name(GST_BIN(encoder), "file"));
   g_object_set(file_.get(), "location", url_.c_str(), nullptr);
   // A file sink creates its file as soon as it is ready; held back, it leaves the last take
@@ -60,6 +61,24 @@ void AudioRecorder::build(const std::string& sourceDescription) {
   gst_element_link(source, encoder);
   bus_ = std::make_unique<PipelineBus>(pipeline_.get(), "Recording",
                                        [this](double decibels) { storeLevel(decibels); });
+}
+
+// The source's segment opens the stream. A take stopped before it (a tap shorter than the
+// source's first chunk) has nothing to finish, and an end-of-stream sent then would reach the
+// meter and the muxer ahead of any segment, which they cannot place in time.
+void AudioRecorder::watchForStreaming(GstElement* encoder) {
+  GstElement* meter = gst_bin_get_by_name(GST_BIN(encoder), "meter");
+  GstPad* input = gst_element_get_static_pad(meter, "sink");
+  gst_pad_add_probe(
+      input, GST_PAD_PROBE_TYPE_EVENT_DOWNSTREAM,
+      [](GstPad*, GstPadProbeInfo* info, gpointer self) {
+        if (GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_SEGMENT)
+          static_cast<AudioRecorder*>(self)->streaming_.store(true, std::memory_order_release);
+        return GST_PAD_PROBE_OK;
+      },
+      this, nullptr);
+  gst_object_unref(input);
+  gst_object_unref(meter);
 }
 
 void AudioRecorder::prepareToRecord() {
@@ -93,6 +112,7 @@ bool AudioRecorder::recordOnQueue() {
     return false;
   applyStreamProperties(pipeline_.get(), session_.mediaRole());
   latestPower_.store(kSilence);
+  streaming_.store(false, std::memory_order_release);
   bus_->rearm();
   if (!openFile() ||
       gst_element_set_state(pipeline_.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
@@ -121,9 +141,10 @@ void AudioRecorder::closeFile() {
 void AudioRecorder::stopOnQueue() {
   if (!isRecording())
     return;
-  gst_element_send_event(pipeline_.get(), gst_event_new_eos());
-  if (bus_->waitForEndOfStream(kFinishLimit) == PipelineBus::Outcome::TimedOut) {
-    foundation::Console::line("Recording did not finish in time; the take may be incomplete");
+  if (streaming_.load(std::memory_order_acquire)) {
+    gst_element_send_event(pipeline_.get(), gst_event_new_eos());
+    if (bus_->waitForEndOfStream(kFinishLimit) == PipelineBus::Outcome::TimedOut)
+      foundation::Console::line("Recording did not finish in time; the take may be incomplete");
   }
   // Back to ready, not null: the file is closed but the device connection stays for the next take.
   gst_element_set_state(pipeline_.get(), GST_STATE_READY);

@@ -51,6 +51,7 @@ class AudioRecorder {
 
  private:
   void build(const std::string& sourceDescription);
+  void watchForStreaming(GstElement* encoder);
   bool prepareOnQueue();
   bool recordOnQueue();
   bool openFile();
@@ -65,6 +66,7 @@ class AudioRecorder {
   GstPtr<GstElement> file_;
   std::unique_ptr<PipelineBus> bus_;
   std::atomic<bool> recording_{false};
+  std::atomic<bool> streaming_{false};  // the take's segment has reached the meter
   std::atomic<bool> meteringEnabled_{false};
   std::atomic<float> latestPower_;
   std::atomic<float> meteredPower_;

@@ -109,6 +109,10 @@ const CapturedStream& DesktopSession::orvaneOutput() const {
   return orvane_->output();
 }
 
+std::string DesktopSession::orvaneErrors() const {
+  return orvane_->errors().text();
+}
+
 std::string DesktopSession::orvaneTranscript() {
   if (!orvane_)
     return "Orvane was not started";

@@ -40,6 +40,8 @@ class DesktopSession {
   void waitUntilTalkEnabled() const;
   // Orvane's standard output so far.
   const CapturedStream& orvaneOutput() const;
+  // What Orvane has written to its standard error so far.
+  std::string orvaneErrors() const;
   // Its standard output and error, and how it ended if it has, for a failure message.
   std::string orvaneTranscript();
 

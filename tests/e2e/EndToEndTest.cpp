@@ -144,6 +144,8 @@ TEST_P(SpaceHeld, OnABusyMachineMakesOneTakeAndOneAnnouncement) {
   EXPECT_EQ(linesSince("File size is", pressed), 1u);
   EXPECT_EQ(linesSince("Playback started", pressed), 1u);
   EXPECT_EQ(linesSince("User Error", pressed), 0u);
+  EXPECT_EQ(desktop_->orvaneErrors().find("CRITICAL"), std::string::npos)
+      << "GStreamer asserted on its caller";
 }
 
 INSTANTIATE_TEST_SUITE_P(FocusOnTheScreen, SpaceHeld, ::testing::Values(screen::kBackground),
