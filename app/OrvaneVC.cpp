@@ -115,6 +115,8 @@ OrvaneVC::OrvaneVC(OrvaneServices services, QWidget* parent, bool demoMode)
   resizeSettled_->setSingleShot(true);
   resizeSettled_->setInterval(kResizeSettleMilliseconds);
   connect(resizeSettled_, &QTimer::timeout, this, &OrvaneVC::didResize);
+  describeEffect(audio::PlaybackEffects::NormalVoice);
+  describeTone(false);
   connectActions();
   viewDidLoad();
 }
@@ -405,13 +407,17 @@ void OrvaneVC::updateMasterVolumeLabel() {
   const double tenths = required(masterVolumeSlider_, "masterVolumeSlider")->fraction() * 10.0;
   if (!std::isfinite(tenths) || std::fabs(tenths) > std::numeric_limits<int>::max())
     qFatal("OrvaneVC: the system volume %f does not make a volume figure", tenths);
-  ui_->volumeLabel->setText(QLocale().toString(static_cast<int>(tenths)));
+  const QString figure = QLocale().toString(static_cast<int>(tenths));
+  ui_->volumeLabel->setText(figure);
+  //: What a screen reader says of the volume; %1 is the figure from 0 to 10
+  masterVolumeSlider_->setAccessibleDescription(tr("%1 of 10").arg(figure));
 }
 
 void OrvaneVC::displayAudioRoute() {
   Console::line("displayAudioRoute");
   for (const auto& output : services_.session.currentRoute().outputs)
     ui_->routeLabel->setText(QString::fromStdString(output.portName));
+  ui_->routeButton->setAccessibleDescription(ui_->routeLabel->text());
 }
 
 void OrvaneVC::voiceEffectPressed() {
@@ -430,10 +436,33 @@ void OrvaneVC::voiceEffectPressed() {
       ui_->effectImage->setPixmap(imageNamed("NormalVoice"));
       break;
   }
+  describeEffect(orvane.effect());
+}
+
+void OrvaneVC::describeEffect(PlaybackEffects effect) {
+  QString name;
+  switch (effect) {
+    case PlaybackEffects::NormalVoice:
+      name = tr("Normal voice");
+      break;
+    case PlaybackEffects::MonsterVoice:
+      name = tr("Monster voice, half an octave down");
+      break;
+    case PlaybackEffects::ChipmunkVoice:
+      name = tr("Chipmunk voice, an octave up");
+      break;
+  }
+  ui_->effectButton->setAccessibleDescription(name);
+  ui_->effectImage->setAccessibleDescription(name);
 }
 
 void OrvaneVC::tonePressed(const views::CircleButton& sender) {
   engine().setStartToneOn(sender.isSelected());
+  describeTone(sender.isSelected());
+}
+
+void OrvaneVC::describeTone(bool on) {
+  ui_->toneButton->setAccessibleDescription(on ? tr("Start tone on") : tr("Start tone off"));
 }
 
 void OrvaneVC::setupWaveFormView() {

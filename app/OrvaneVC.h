@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "app/OrvaneServices.h"
+#include "audio/PlaybackEffects.h"
 #include "foundation/DispatchQueue.h"
 
 class QAbstractButton;
@@ -97,6 +98,9 @@ class OrvaneVC : public QWidget {
                          std::function<void()> completion = {});
   audio::OrvaneEngine& engine() const;
   void presentEngineAlert(const QString& reason);
+  // What a screen reader says of the effect and tone buttons besides their names.
+  void describeEffect(audio::PlaybackEffects effect);
+  void describeTone(bool on);
   // Work for the main queue that is dropped if the screen is gone by the time it runs. Made on
   // the main thread; the result may be called from any thread, with the work's arguments.
   template <typename... Arguments>

@@ -36,6 +36,7 @@ RoutePicker::RoutePicker(platform::RouteList& routes, QWidget* parent)
   setWindowTitle(tr("Output"));
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  list_->setAccessibleName(tr("Outputs"));
   connect(list_, &QListWidget::itemActivated, this, &RoutePicker::choose);
   connect(list_, &QListWidget::itemClicked, this, &RoutePicker::choose);
   auto* layout = new QVBoxLayout(this);

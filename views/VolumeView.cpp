@@ -48,6 +48,8 @@ VolumeView::VolumeView(platform::SystemVolume& volume, platform::RouteList& rout
   routeButton_->setIcon(routeGlyph());
   routeButton_->setAutoRaise(true);
   routeButton_->setToolTip(tr("Choose the output"));
+  routeButton_->setAccessibleName(tr("Output"));
+  slider_->setAccessibleName(tr("Volume"));
   connect(routeButton_, &QToolButton::clicked, this, &VolumeView::openRoutePicker);
   followSystemVolume();
 }

@@ -3,8 +3,10 @@
 #include <gst/gst.h>
 #include <gtest/gtest.h>
 
+#include <QAccessible>
 #include <QLabel>
 #include <QTest>
+#include <QTranslator>
 #include <fstream>
 #include <future>
 
@@ -70,15 +72,20 @@ TEST_F(ScreenTest, ARefusedMicrophoneLeavesTheEngineAloneButTheReleaseStillPlays
   EXPECT_EQ(harness.alerts().front()->windowTitle(), "Hold Down Talk Button");
 }
 
+// What is seen and what a screen reader says follow the buttons alike.
 TEST_F(ScreenTest, TheEffectButtonCyclesThroughTheThreeVoicesAndTheToneFollowsItsButton) {
   ScreenHarness harness(server_);
   auto& image = harness.outlet<QLabel>("effectImage");
+  auto& voice = harness.button("effectButton");
+  EXPECT_EQ(voice.accessibleDescription(), "Normal voice");
   using audio::PlaybackEffects;
   for (auto [effect, picture] : {std::pair{PlaybackEffects::MonsterVoice, "MonsterVoice"},
                                  {PlaybackEffects::ChipmunkVoice, "ChipmunkVoice"},
                                  {PlaybackEffects::NormalVoice, "NormalVoice"}}) {
-    QTest::mouseClick(&harness.button("effectButton"), Qt::LeftButton);
+    const QString before = voice.accessibleDescription();
+    QTest::mouseClick(&voice, Qt::LeftButton);
     EXPECT_EQ(harness.engine().effect(), effect);
+    EXPECT_NE(voice.accessibleDescription(), before);
     const QImage expected(QStringLiteral(":/images/%1.png").arg(QLatin1String(picture)));
     ASSERT_FALSE(expected.isNull()) << picture << " is not among the resources";
     EXPECT_EQ(image.pixmap().toImage().convertToFormat(QImage::Format_ARGB32),
@@ -89,10 +96,31 @@ TEST_F(ScreenTest, TheEffectButtonCyclesThroughTheThreeVoicesAndTheToneFollowsIt
   auto& tone = harness.button("toneButton");
   QTest::mouseClick(&tone, Qt::LeftButton);
   EXPECT_TRUE(harness.engine().isStartToneOn());
+  EXPECT_EQ(tone.accessibleDescription(), "Start tone on");
   QTest::mousePress(&tone, Qt::LeftButton);
   QTest::mouseRelease(&tone, Qt::LeftButton, {}, QPoint(500, 500));
   EXPECT_FALSE(tone.isSelected());
   EXPECT_FALSE(harness.engine().isStartToneOn()) << "a release outside also switches the tone";
+  EXPECT_EQ(tone.accessibleDescription(), "Start tone off");
+}
+
+// Every control a person can reach is named for a screen reader, in German too.
+TEST_F(ScreenTest, EveryControlIsNamedAndTranslated) {
+  QTranslator german;
+  ASSERT_TRUE(german.load(QLocale(QLocale::German), "orvane", "_", ":/i18n"));
+  QCoreApplication::installTranslator(&german);
+  ScreenHarness harness(server_);
+  for (QWidget* control : harness.screen().findChildren<QWidget*>()) {
+    if (control->focusPolicy() == Qt::NoFocus || !control->isVisibleTo(&harness.screen()))
+      continue;
+    EXPECT_FALSE(QAccessible::queryAccessibleInterface(control)->text(QAccessible::Name).isEmpty())
+        << control->metaObject()->className() << ' ' << control->objectName().toStdString();
+  }
+  EXPECT_EQ(harness.button("talkButton").text(), "Sprechen");
+  EXPECT_EQ(harness.button("routeButton").accessibleName(), "Ausgabe");
+  EXPECT_EQ(harness.button("effectButton").accessibleDescription(), "Normale Stimme");
+  EXPECT_EQ(harness.screen().masterVolumeSlider()->accessibleName(), "Lautstärke");
+  QCoreApplication::removeTranslator(&german);
 }
 
 TEST_F(ScreenTest, ANewWindowSizeRebuildsTheVolumeViewAndTheWaveformFrames) {
