@@ -1,16 +1,19 @@
 #include "app/OrvaneServices.h"
 
+#include <utility>
+
 #include "audio/OrvaneEngine.h"
-#include "platform/AudioSession.h"
-#include "platform/RouteList.h"
-#include "platform/SystemVolume.h"
+#include "platform/SoundServer.h"
 
 namespace app {
 
 OrvaneServices OrvaneServices::shared() {
-  return {platform::AudioSession::sharedInstance(), platform::SystemVolume::sharedInstance(),
-          platform::RouteList::sharedInstance(),
-          [] { return std::make_shared<audio::OrvaneEngine>(); }};
+  return of(platform::SoundServer::shared(),
+            [] { return std::make_shared<audio::OrvaneEngine>(); });
+}
+
+OrvaneServices OrvaneServices::of(platform::SoundServer& server, MakeEngine makeEngine) {
+  return {server.session(), server.volume(), server.routes(), std::move(makeEngine)};
 }
 
 }  // namespace app

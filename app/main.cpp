@@ -17,6 +17,7 @@
 #include "app/TerminationSignals.h"
 #include "foundation/DispatchQueue.h"
 #include "foundation/NotificationCenter.h"
+#include "platform/SoundServer.h"
 
 namespace {
 
@@ -89,6 +90,8 @@ int main(int argc, char** argv) {
   if (instance.sendToRunningInstance(urls))
     return 0;
   instance.listen();
+  // Linked now, the sound server has answered by the time the screen first shows the route.
+  platform::SoundServer::shared();
 
   installTranslations(application);
   new app::TerminationSignals(&application);

@@ -13,6 +13,7 @@
 #include "foundation/NotificationCenter.h"
 #include "platform/AudioSession.h"
 #include "platform/Bundle.h"
+#include "platform/SoundServer.h"
 
 namespace audio {
 namespace {
@@ -40,7 +41,7 @@ const std::string& OrvaneEngine::playbackStartedNotificationName() {
 
 OrvaneEngine::OrvaneEngine(OrvaneEngineConfiguration configuration)
     : session_(configuration.session ? *configuration.session
-                                     : platform::AudioSession::sharedInstance()),
+                                     : platform::SoundServer::shared().session()),
       recordingURL_(configuration.documentsDirectory / "recording.m4a"),
       playbackURL_(configuration.documentsDirectory / "playback.m4a"),
       startTonePath_(configuration.startTonePath),

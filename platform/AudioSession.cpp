@@ -2,23 +2,11 @@
 
 #include <utility>
 
-#include "foundation/NotificationCenter.h"
-#include "platform/AudioSessionConnection.h"
+#include "foundation/Console.h"
+#include "platform/ServerLink.h"
+#include "platform/pulse/RecordProbe.h"
 
 namespace platform {
-
-AudioSession& AudioSession::sharedInstance() {
-  // The session posts into the notification centre until it is destroyed at exit; creating
-  // the centre first makes it outlive the session.
-  foundation::NotificationCenter::defaultCenter();
-  static AudioSession session;
-  return session;
-}
-
-AudioSession::AudioSession(std::string serverAddress)
-    : connection_(std::make_unique<Connection>(std::move(serverAddress), this)) {}
-
-AudioSession::~AudioSession() = default;
 
 void AudioSession::setCategory(AudioSessionCategory category) {
   category_ = category;
@@ -33,11 +21,19 @@ std::string AudioSession::mediaRole() const {
 }
 
 void AudioSession::requestRecordPermission(std::function<void(bool granted)> completion) {
-  connection_->requestRecordPermission(std::move(completion));
+  const auto makeProbe = [](pa_mainloop_api* api, pulse::ServerTask::Listener& listener) {
+    return std::make_unique<pulse::RecordProbe>(api, listener);
+  };
+  link_.permissions().request(
+      makeProbe, [completion = std::move(completion)](bool granted, const std::string& why) {
+        if (!granted)
+          foundation::Console::line("No microphone: " + why);
+        completion(granted);
+      });
 }
 
 AudioSessionRouteDescription AudioSession::currentRoute() const {
-  return connection_->route();
+  return link_.sinks().route();
 }
 
 }  // namespace platform

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <functional>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,22 +21,20 @@ struct AudioSessionRouteDescription {
   std::vector<AudioSessionPortDescription> outputs;
 };
 
-// The application's view of the sound server (PulseAudio, or PipeWire through pipewire-pulse):
-// the current output route is the default sink and its active port. Talks to the server on a
-// thread of its own and never blocks the caller for long: every wait is bounded.
+class ServerLink;
+
+// The application's audio session on the sound server (see SoundServer.h): the category of its
+// streams, the record permission, and the current output route, which is the default sink and
+// its active port.
 class AudioSession {
  public:
   // Posted through the default notification centre, with the session as object, whenever the
-  // default sink or its active port changes. Observers run on the session's thread.
+  // default sink or its active port changes. Observers run on the sound server's thread.
   static constexpr std::string_view kRouteChangeNotification =
       "AVAudioSessionRouteChangeNotification";
 
-  static AudioSession& sharedInstance();
-
-  // An empty address means the user's own server ($PULSE_SERVER or the default).
-  explicit AudioSession(std::string serverAddress = {});
-  // Stops the session's thread; not to be called from the session's own callbacks.
-  ~AudioSession();
+  // Made by the SoundServer, over its link.
+  explicit AudioSession(ServerLink& link) : link_(link) {}
   AudioSession(const AudioSession&) = delete;
   AudioSession& operator=(const AudioSession&) = delete;
 
@@ -48,18 +45,17 @@ class AudioSession {
 
   // Granted when the server has a capture source (not the monitor of an output) that can be
   // opened for recording; refused otherwise, or when the server does not answer in time. The
-  // completion runs once, never inside this call: on the session's thread, or on the thread
-  // destroying the session while the question is still open.
+  // completion runs once, never inside this call: on the sound server's thread, or on the
+  // thread destroying the SoundServer while the question is still open.
   void requestRecordPermission(std::function<void(bool granted)> completion);
 
-  // The default sink as the one output; no outputs while there is no server. Only the first
-  // call may wait (about a second) for the server's first answer.
+  // The default sink as the one output; no outputs until the server has answered, or while
+  // there is none.
   AudioSessionRouteDescription currentRoute() const;
 
  private:
-  class Connection;
+  ServerLink& link_;
   std::atomic<AudioSessionCategory> category_{AudioSessionCategory::Playback};
-  std::unique_ptr<Connection> connection_;
 };
 
 }  // namespace platform

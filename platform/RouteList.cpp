@@ -2,31 +2,28 @@
 
 #include <utility>
 
-#include "foundation/NotificationCenter.h"
-#include "platform/RouteListConnection.h"
+#include "foundation/Console.h"
+#include "platform/ServerLink.h"
+#include "platform/pulse/OutputSwitch.h"
 
 namespace platform {
 
-RouteList& RouteList::sharedInstance() {
-  // The list posts into the notification centre until it is destroyed at exit; creating the
-  // centre first makes it outlive the list.
-  foundation::NotificationCenter::defaultCenter();
-  static RouteList list;
-  return list;
-}
-
-RouteList::RouteList(std::string serverAddress)
-    : connection_(std::make_unique<Connection>(std::move(serverAddress), this)) {}
-
-RouteList::~RouteList() = default;
-
 std::vector<RouteListEntry> RouteList::routes() const {
-  return connection_->routes();
+  return link_.sinks().routes();
 }
 
 void RouteList::choose(const std::string& sinkName, const std::string& port,
                        std::function<void(bool accepted)> completion) {
-  connection_->choose(sinkName, port, std::move(completion));
+  const auto makeSwitch = [&](pa_mainloop_api* api, pulse::ServerTask::Listener& listener) {
+    return std::make_unique<pulse::OutputSwitch>(api, listener, sinkName, port);
+  };
+  link_.outputSwitches().request(makeSwitch, [sinkName, completion = std::move(completion)](
+                                                 bool accepted, const std::string& why) {
+    if (!accepted)
+      foundation::Console::line("Cannot switch output to " + sinkName + ": " + why);
+    if (completion)
+      completion(accepted);
+  });
 }
 
 }  // namespace platform

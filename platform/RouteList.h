@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,38 +27,33 @@ struct RouteListEntry {
   bool operator==(const RouteListEntry&) const = default;
 };
 
+class ServerLink;
+
 // The outputs a person can choose between, for the route picker: the server's sinks, the
-// current default among them, and the choice of another. Talks to the sound server on a thread
-// of its own.
+// current default among them, and the choice of another (see SoundServer.h).
 class RouteList {
  public:
   // Posted through the default notification centre, with the list as object, whenever a sink
-  // comes, goes or changes, or the default moves. Observers run on the list's thread.
+  // comes, goes or changes, or the default moves. Observers run on the sound server's thread.
   static constexpr std::string_view kRoutesChangedNotification = "OrvaneRouteListChanged";
 
-  static RouteList& sharedInstance();
-
-  // An empty address means the user's own server ($PULSE_SERVER or the default).
-  explicit RouteList(std::string serverAddress = {});
-  // Stops the list's thread; not to be called from its own observers or completions.
-  ~RouteList();
+  // Made by the SoundServer, over its link.
+  explicit RouteList(ServerLink& link) : link_(link) {}
   RouteList(const RouteList&) = delete;
   RouteList& operator=(const RouteList&) = delete;
 
-  // The sinks in the server's order; none while there is no server. Only the first call may
-  // wait (about a second) for the server's first answer.
+  // The sinks in the server's order; none until the server has answered, or while there is none.
   std::vector<RouteListEntry> routes() const;
 
   // Makes the sink the default output, switches it to `port` when one is named, and moves every
   // playing stream to it. The completion, if any, runs once with whether the server accepted
-  // all of it, never inside this call: on the list's thread, or, refused, on the thread
-  // destroying the list while the choice is still open. A refusal is also logged.
+  // all of it, never inside this call: on the sound server's thread, or, refused, on the thread
+  // destroying the SoundServer while the choice is still open. A refusal is also logged.
   void choose(const std::string& sinkName, const std::string& port = {},
               std::function<void(bool accepted)> completion = {});
 
  private:
-  class Connection;
-  std::unique_ptr<Connection> connection_;
+  ServerLink& link_;
 };
 
 }  // namespace platform

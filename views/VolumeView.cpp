@@ -6,8 +6,7 @@
 #include <algorithm>
 
 #include "foundation/NotificationCenter.h"
-#include "platform/RouteList.h"
-#include "platform/SystemVolume.h"
+#include "platform/SoundServer.h"
 #include "views/RoutePicker.h"
 #include "views/VolumeSlider.h"
 
@@ -32,7 +31,7 @@ QIcon routeGlyph() {
 }  // namespace
 
 VolumeView::VolumeView(QWidget* parent)
-    : VolumeView(platform::SystemVolume::sharedInstance(), platform::RouteList::sharedInstance(),
+    : VolumeView(platform::SoundServer::shared().volume(), platform::SoundServer::shared().routes(),
                  parent) {}
 
 VolumeView::VolumeView(const QRect& frame, QWidget* parent) : VolumeView(parent) {

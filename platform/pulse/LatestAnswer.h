@@ -1,28 +1,23 @@
 #pragma once
 
-#include <chrono>
 #include <concepts>
-#include <condition_variable>
 #include <mutex>
-#include <optional>
 #include <utility>
 
 namespace platform::pulse {
 
-// The server's latest answer to one question, written by the loop's thread and read by anyone.
-// Readers get an answer soon after start-up without ever hanging on a server that is slow or
-// gone: the first read waits a bounded while, and every later one returns at once.
+// The server's latest answer to one question, written by the loop's thread and read by anyone
+// without waiting: until the server has answered, readers get T{}, and the first answer that
+// differs from it counts as a change, so observers learn of it like any other.
 template <typename T, typename Identity = T>
 class LatestAnswer {
  public:
-  // True when this answer replaces a different earlier one; the first answer is no change.
-  // `identity` is what must differ for the answer to have changed.
+  // True when this answer differs from the one before; `identity` is what must differ.
   bool store(T answer, Identity identity) {
     std::lock_guard lock(mutex_);
-    const bool changed = identity_ && identity != *identity_;
-    identity_ = std::move(identity);
     answer_ = std::move(answer);
-    firstAnswer_.notify_all();
+    const bool changed = identity != identity_;
+    identity_ = std::move(identity);
     return changed;
   }
 
@@ -32,25 +27,15 @@ class LatestAnswer {
     return store(std::move(answer), std::move(identity));
   }
 
-  // T{} when the server has not answered within the first wait.
-  T current() {
-    std::unique_lock lock(mutex_);
-    if (!firstWaitEnds_)
-      firstWaitEnds_ = std::chrono::steady_clock::now() + kFirstAnswerWait;
-    firstAnswer_.wait_until(lock, *firstWaitEnds_, [this] { return identity_.has_value(); });
+  T current() const {
+    std::lock_guard lock(mutex_);
     return answer_;
   }
 
  private:
-  // Long enough for a local server to answer a freshly made connection, short enough that a
-  // caller on the UI thread does not look hung.
-  static constexpr auto kFirstAnswerWait = std::chrono::seconds(1);
-
-  std::mutex mutex_;
-  std::condition_variable firstAnswer_;
-  std::optional<std::chrono::steady_clock::time_point> firstWaitEnds_;
-  std::optional<Identity> identity_;
+  mutable std::mutex mutex_;
   T answer_{};
+  Identity identity_{};
 };
 
 }  // namespace platform::pulse

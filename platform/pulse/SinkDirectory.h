@@ -4,24 +4,44 @@
 #include <string>
 #include <vector>
 
+#include "platform/AudioSession.h"
 #include "platform/RouteList.h"
 #include "platform/pulse/Connection.h"
 #include "platform/pulse/LatestAnswer.h"
 
 namespace platform::pulse {
 
-// Keeps the server's sinks, with their ports and which is the default, through the server's
-// events, and tells observers when any of it changes. Everything but current() runs on the
-// loop's thread.
+// Follows the server's sinks through its events: the list of them with their ports, and the
+// default one as the current route and its volume. Each of the three has its own change
+// notification, posted when it differs from what it was, the server's first answer included.
+// Everything but the readers runs on the loop's thread.
 class SinkDirectory : public Connection::Client {
  public:
-  // `list` is the object of the change notifications.
-  explicit SinkDirectory(const void* list) : list_(list) {}
+  // The objects of the three notifications.
+  struct Objects {
+    const void* session;  // the route change
+    const void* volume;   // the volume change
+    const void* routes;   // the change of the list
+  };
+
+  explicit SinkDirectory(Objects objects) : objects_(objects) {}
 
   // No sinks while there is no server.
-  std::vector<RouteListEntry> current() { return answer_.current(); }
+  std::vector<RouteListEntry> routes() const { return routes_.current(); }
+  // No outputs while there is no server or no default sink.
+  AudioSessionRouteDescription route() const { return route_.current(); }
+  // 0 to 1; 0 while there is no default sink, or it is muted.
+  float volume() const { return volume_.current(); }
 
  private:
+  // What one listing of the server found.
+  struct Listing {
+    std::vector<RouteListEntry> routes;
+    AudioSessionRouteDescription route;
+    std::string routeIdentity;  // the default sink and its port: its volume is no new route
+    float volume = 0;
+  };
+
   static void serverFound(pa_context* context, const pa_server_info* server, void* self);
   static void sinkFound(pa_context* context, const pa_sink_info* sink, int eol, void* self);
 
@@ -31,17 +51,20 @@ class SinkDirectory : public Connection::Client {
   void serverEvent(pa_context* context, pa_subscription_event_type_t type, uint32_t index) override;
 
   void list(pa_context* context);
-  void listed(pa_context* context, std::vector<RouteListEntry> routes);
-  void publish(std::vector<RouteListEntry> routes);
+  void add(const pa_sink_info& sink);
+  void listed(pa_context* context, Listing listing);
+  void publish(Listing listing);
 
-  const void* list_;
-  LatestAnswer<std::vector<RouteListEntry>> answer_;
+  const Objects objects_;
+  LatestAnswer<std::vector<RouteListEntry>> routes_;
+  LatestAnswer<AudioSessionRouteDescription, std::string> route_;
+  LatestAnswer<float> volume_;
   // One listing at a time: events arrive in bursts (a new sink brings its card, its default
   // and its ports), and each listing already sees everything before it.
   bool listing_ = false;
   bool listAgain_ = false;
   std::string defaultSink_;
-  std::vector<RouteListEntry> found_;
+  Listing found_;
 };
 
 }  // namespace platform::pulse

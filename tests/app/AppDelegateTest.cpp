@@ -61,8 +61,7 @@ class AppDelegateTest : public ::testing::Test {
 
   MainQueueOnEventLoop mainQueue_;
   SoundServer server_{kNoServer};
-  AppDelegate delegate_{
-      OrvaneServices{server_.session, server_.volume, server_.routes, [] { return nullptr; }}};
+  AppDelegate delegate_{OrvaneServices::of(server_, [] { return nullptr; })};
   OpenedUrls opened_{"caller"};
 };
 

@@ -24,15 +24,15 @@ audio::OrvaneEngineConfiguration ScreenHarness::testDevices(
   devices.startTonePath = ORVANE_START_TONE;
   devices.sourceDescription = "audiotestsrc is-live=true wave=sine freq=440 volume=0.5";
   devices.sinkDescription = "fakesink sync=true";
-  devices.session = &server.session;
+  devices.session = &server.session();
   return devices;
 }
 
 ScreenHarness::ScreenHarness(SoundServer& server, bool demoMode, AwaitEngine awaitEngine) {
-  OrvaneServices services{server.session, server.volume, server.routes,
-                          [devices = testDevices(server, documents_.path())] {
-                            return std::make_shared<audio::OrvaneEngine>(devices);
-                          }};
+  OrvaneServices services =
+      OrvaneServices::of(server, [devices = testDevices(server, documents_.path())] {
+        return std::make_shared<audio::OrvaneEngine>(devices);
+      });
   screen_ = std::make_unique<OrvaneVC>(services, nullptr, demoMode);
   screen_->resize(420, 760);
   screen_->show();

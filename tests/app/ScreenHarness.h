@@ -13,9 +13,7 @@
 #include "app/OrvaneServices.h"
 #include "app/OrvaneVC.h"
 #include "audio/OrvaneEngine.h"
-#include "platform/AudioSession.h"
-#include "platform/RouteList.h"
-#include "platform/SystemVolume.h"
+#include "platform/SoundServer.h"
 #include "views/CircleButton.h"
 
 // Readable failure messages for texts of the screen.
@@ -27,14 +25,7 @@ namespace app::testing {
 
 using views::eventuallyShown;
 
-// The sound server's facades, on the named server (empty: the one the environment names).
-struct SoundServer {
-  explicit SoundServer(const std::string& address = {})
-      : session(address), volume(address), routes(address) {}
-  platform::AudioSession session;
-  platform::SystemVolume volume;
-  platform::RouteList routes;
-};
+using platform::SoundServer;
 
 // An address where no sound server answers: the microphone is refused and there are no outputs.
 inline constexpr const char* kNoServer = "unix:/nonexistent/orvane-test-server";

@@ -156,12 +156,12 @@ TEST_F(ScreenTest, TheButtonsThatUseTheEngineWaitUntilItIsBuilt) {
   MainQueueOnEventLoop mainQueue;
   foundation::TemporaryDirectory documents;
   std::promise<void> build;
-  OrvaneVC screen({server_.session, server_.volume, server_.routes,
-                   [devices = ScreenHarness::testDevices(server_, documents.path()),
-                    built = build.get_future().share()] {
-                     built.wait();
-                     return std::make_shared<audio::OrvaneEngine>(devices);
-                   }});
+  OrvaneVC screen(
+      OrvaneServices::of(server_, [devices = ScreenHarness::testDevices(server_, documents.path()),
+                                   built = build.get_future().share()] {
+        built.wait();
+        return std::make_shared<audio::OrvaneEngine>(devices);
+      }));
   screen.show();
   const char* names[] = {"talkButton", "effectButton", "toneButton"};
   for (const char* name : names) {

@@ -14,7 +14,7 @@
 #include "SignalAnalysis.h"
 #include "TemporaryDirectory.h"
 #include "audio/OrvaneEngine.h"
-#include "platform/AudioSession.h"
+#include "platform/SoundServer.h"
 
 namespace audio::testing {
 
@@ -64,8 +64,8 @@ class EngineFixture : public ::testing::Test {
   foundation::TemporaryDirectory directory_;
   std::filesystem::path documents_ = directory_.path() / "documents";
   std::filesystem::path startTone_ = ORVANE_START_TONE;
-  platform::AudioSession session_{"unix:/nonexistent/orvane-test-server"};
-  platform::AudioSession* engineSession_ = &session_;
+  platform::SoundServer noServer_{"unix:/nonexistent/orvane-test-server"};
+  platform::AudioSession* engineSession_ = &noServer_.session();
   NotificationCounter notifications_;
 };
 

@@ -17,10 +17,10 @@ TEST_F(TakeTest, ARecordedTakeIsMonoAacAt44100AndReplacesTheLastOne) {
   auto engine = makeEngine();
   ::testing::internal::CaptureStdout();
   engine->startRecording();
-  EXPECT_EQ(session_.category(), AudioSessionCategory::PlayAndRecord);
+  EXPECT_EQ(engineSession_->category(), AudioSessionCategory::PlayAndRecord);
   std::this_thread::sleep_for(std::chrono::milliseconds(1500));
   engine->stopRecording();
-  EXPECT_EQ(session_.category(), AudioSessionCategory::Playback);
+  EXPECT_EQ(engineSession_->category(), AudioSessionCategory::Playback);
   auto firstLog = ::testing::internal::GetCapturedStdout();
 
   ASSERT_TRUE(std::filesystem::exists(playback()));
@@ -101,7 +101,7 @@ TEST_F(TakeTest, ResetWhileRecordingKeepsTheTakeQuietly) {
   EXPECT_FALSE(engine->recorder().isRecording());
   EXPECT_GT(std::filesystem::file_size(recording()), 0u);
   EXPECT_FALSE(std::filesystem::exists(playback()));
-  EXPECT_EQ(session_.category(), AudioSessionCategory::Playback);
+  EXPECT_EQ(engineSession_->category(), AudioSessionCategory::Playback);
   EXPECT_EQ(engine->audioLevel(), 0.0);
   EXPECT_EQ(notifications_.failures(), 0);
 }

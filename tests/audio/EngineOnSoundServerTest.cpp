@@ -48,17 +48,17 @@ class PrivateServer {
   std::filesystem::path directory_;
 };
 
-class SoundServerTest : public EngineFixture {
+class EngineOnSoundServer : public EngineFixture {
  protected:
-  SoundServerTest() { engineSession_ = &serverSession_; }
+  EngineOnSoundServer() { engineSession_ = &server_.session(); }
   std::unique_ptr<OrvaneEngine> makeServerEngine() {
     OrvaneEngineConfiguration defaults;
     return makeEngine(defaults.sourceDescription, defaults.sinkDescription);
   }
-  platform::AudioSession serverSession_;
+  platform::SoundServer server_;
 };
 
-TEST_F(SoundServerTest, RecordsFromTheDefaultInputAsAPhoneStream) {
+TEST_F(EngineOnSoundServer, RecordsFromTheDefaultInputAsAPhoneStream) {
   auto engine = makeServerEngine();
   engine->startRecording();
   EXPECT_TRUE(foundation::eventually([] {
@@ -76,7 +76,7 @@ TEST_F(SoundServerTest, RecordsFromTheDefaultInputAsAPhoneStream) {
   EXPECT_EQ(info->sampleRate, 44100);
 }
 
-TEST_F(SoundServerTest, PlaysToTheDefaultOutputAsMusicFromOrvane) {
+TEST_F(EngineOnSoundServer, PlaysToTheDefaultOutputAsMusicFromOrvane) {
   auto engine = makeServerEngine();
   stageRecording(sharedTake());
   engine->stopRecording();
@@ -113,7 +113,7 @@ class CriticalMessages {
 // reset: GStreamer asserts nothing, the graph keeps no leftovers, and the last good take is not
 // played again. The microphone, on a server of the test's own, has not said a word yet, as a
 // virtual one handing over large chunks has not when a tap ends.
-TEST_F(SoundServerTest, TakesStartedAndStoppedEveryHundredMillisecondsStayClean) {
+TEST_F(EngineOnSoundServer, TakesStartedAndStoppedEveryHundredMillisecondsStayClean) {
   const PrivateServer server(directory_.path() / "quiet",
                              "load-module module-pipe-source source_name=quiet file=" +
                                  (directory_.path() / "quiet" / "microphone").string() +
@@ -146,7 +146,7 @@ TEST_F(SoundServerTest, TakesStartedAndStoppedEveryHundredMillisecondsStayClean)
 }
 
 // As the sound server quitting mid-announcement (a crash, a logout), on a server of the test's own.
-TEST_F(SoundServerTest, ASoundServerLeavingWhilePlayingIsReported) {
+TEST_F(EngineOnSoundServer, ASoundServerLeavingWhilePlayingIsReported) {
   std::optional<PrivateServer> server(std::in_place, directory_.path() / "leaving", "");
   auto engine = makeEngine(kLiveSine, "pulsesink " + server->address());
   stageRecording(sharedTake());
