@@ -11,11 +11,11 @@
 #include <thread>
 
 #include "LatencyFigure.h"
+#include "analytics/core/net/TallixHttpClient.h"
 #include "analytics/core/net/TallixNetworkUtil.h"
 #include "analytics/core/upload/TallixDataSender.h"
 #include "foundation/DispatchQueue.h"
 #include "foundation/NotificationCenter.h"
-#include "tests/analytics/upload/BodyWriterDelegate.h"
 #include "tests/tools/TestSessionRecord.h"
 #include "tools/tallix-collector/TallixCollectorServer.h"
 #include "tools/tallix-collector/TallixReportStore.h"
@@ -38,23 +38,24 @@ std::filesystem::path scratch(const std::string& name) {
 }
 
 // One round: the blocks are stored while no server is known, then delivered at once.
-double deliverOnce(int port, const foundation::Value::Bytes& record) {
+double deliverOnce(int port, const foundation::Value::Bytes& body) {
   const auto directory = scratch("agent");
   foundation::DispatchQueue queue("delivery bench");
   foundation::NotificationCenter center;
   TallixGlobalVariableStorage settings("1.0");
   const FixedClock clock(foundation::Date::fromTimeIntervalSince1970(1700000000));
-  auto delegate = std::make_shared<BodyWriterDelegate>(settings);
   std::string serverURL;  // the queue's own
-  auto sender =
-      std::make_shared<TallixDataSender>([&queue](auto work) { queue.async(std::move(work)); },
-                                         [&serverURL] { return serverURL; }, settings, clock);
+  const TallixHttpTransport::Executor onQueue = [&queue](auto work) {
+    queue.async(std::move(work));
+  };
+  auto sender = std::make_shared<TallixDataSender>(
+      onQueue, [&serverURL] { return serverURL; }, std::make_unique<TallixHttpClient>(onQueue),
+      settings, clock);
   sender->observeNetworkStatus(center);
   queue.sync([&] {
     sender->setupForApiKey(directory, "BENCHKEY");
-    sender->setDataSenderDelegate(delegate);
     for (int block = 0; block < kBlocks; ++block)
-      sender->sendSessionsData(record);
+      sender->sendSessionsData(body);
     serverURL = "http://127.0.0.1:" + std::to_string(port) + "/aas.do";
   });
 
@@ -83,9 +84,10 @@ int main() {
   std::thread serving([&] { server.listen(); });
 
   const auto record = sessionRecordWithEvents(kEventsPerSession);
+  const auto body = requestBodyFor({record});
   std::vector<double> milliseconds;
   for (int round = 0; round < kRounds; ++round)
-    milliseconds.push_back(deliverOnce(*port, record));
+    milliseconds.push_back(deliverOnce(*port, body));
   server.stop();
   serving.join();
   std::filesystem::remove_all(storeDirectory);

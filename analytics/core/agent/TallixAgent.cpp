@@ -6,6 +6,7 @@
 #include "analytics/core/model/TallixLimits.h"
 #include "analytics/core/ports/TallixAgentService.h"
 #include "analytics/core/ports/TallixCrashCapture.h"
+#include "analytics/core/report/TallixSessionReporter.h"
 #include "analytics/core/session/TallixSession.h"
 #include "analytics/core/support/TallixAgentVersion.h"
 #include "analytics/core/support/TallixExceptionHandler.h"
@@ -65,9 +66,7 @@ TallixAgent::TallixAgent(TallixEnvironment environment)
       uploads_(std::make_unique<TallixUploadService>(impl_.queueExecutor(), storage_,
                                                      *environment_.clock, center_)),
       heartBeater_(impl_.queue(), center_),
-      stateObserver_(std::make_unique<TallixApplicationStateObserver>(center_, *this)) {
-  impl_.setDataSender(uploads_->dataSender());
-}
+      stateObserver_(std::make_unique<TallixApplicationStateObserver>(center_, *this)) {}
 
 TallixAgent::~TallixAgent() = default;
 
@@ -96,7 +95,7 @@ void TallixAgent::startSession(const std::string& apiKey, const Value& launchOpt
 
 void TallixAgent::startSession(const std::string& apiKey) {
   if (!storage_.markStartSessionCalled()) {
-    TallixLog::debug(
+    TallixLog::refusal(
         "Tallix: startSession has been called already. It should only be called once. "
         "Returning.");
     return;
@@ -157,7 +156,7 @@ void TallixAgent::startupNetworkAndSendSession() {
 void TallixAgent::createAndSendSession() {
   const std::string apiKey = storage_.settings().apiKey;
   const auto directory = fileDirectory();
-  const Date startTime = impl_.setupForApiKey(apiKey, directory, reportWriters(directory));
+  const Date startTime = impl_.setupForApiKey(apiKey, directory, reporter(directory));
   copySettingsIntoSession();
   const std::string sessionId = TallixSession::sessionIdFor(startTime);
   tellDelegate(apiKey, sessionId);
@@ -165,23 +164,18 @@ void TallixAgent::createAndSendSession() {
     service->sessionDidStart(apiKey, sessionId);
 }
 
-TallixImpl::ReportWriters TallixAgent::reportWriters(const std::filesystem::path& directory) {
+std::shared_ptr<TallixSessionReporter> TallixAgent::reporter(
+    const std::filesystem::path& directory) {
   const auto app = application();
   std::lock_guard lock(mutex_);
-  if (!recordWriter_) {
+  if (!reporter_) {
     const TallixDeviceDescription device = TallixDeviceDescriber::describe(*app, directory);
-    trackedProperties_ = std::make_unique<TallixTrackedProperties>(storage_.persistentGlobalsMap());
-    recordWriter_ = std::make_unique<TallixSessionRecordWriter>(
-        storage_, *environment_.clock, *trackedProperties_,
+    reporter_ = std::make_shared<TallixSessionReporter>(
+        storage_, *environment_.clock, device,
         [network = uploads_->network()] { return network->networkStatus(); },
-        [device] { return device.screenWidth > device.screenHeight; });
-    bodyWriter_ = std::make_unique<TallixRequestBodyWriter>(storage_, *environment_.clock,
-                                                            *trackedProperties_, device);
+        [device] { return device.screenWidth > device.screenHeight; }, uploads_->dataSender());
   }
-  return {[writer = recordWriter_.get()](TallixSession& session) { return writer->data(session); },
-          [writer = bodyWriter_.get()](const auto& records, Date start, bool sent) {
-            return writer->dataForSessions(records, start, sent);
-          }};
+  return reporter_;
 }
 
 void TallixAgent::copySettingsIntoSession() {

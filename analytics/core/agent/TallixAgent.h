@@ -12,9 +12,6 @@
 #include "analytics/core/agent/TallixHeartBeater.h"
 #include "analytics/core/agent/TallixImpl.h"
 #include "analytics/core/agent/TallixUploadService.h"
-#include "analytics/core/report/TallixRequestBodyWriter.h"
-#include "analytics/core/report/TallixSessionRecordWriter.h"
-#include "analytics/core/report/TallixTrackedProperties.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
 #include "foundation/Value.h"
 #include "tallix/EventRecordResult.h"
@@ -24,6 +21,7 @@ namespace tallix {
 
 class TallixApplicationStateObserver;
 class TallixDelegate;
+class TallixSessionReporter;
 
 // One analytics agent: its settings, its current session and the lifecycle that follows the
 // application's state. The facade's class methods work on the shared one; tests make their
@@ -101,7 +99,7 @@ class TallixAgent {
   void startupNetworkAndSendSession();
   void createAndSendSession();
   // Made once, with the device's description, on the first session's start.
-  TallixImpl::ReportWriters reportWriters(const std::filesystem::path& directory);
+  std::shared_ptr<TallixSessionReporter> reporter(const std::filesystem::path& directory);
   void copySettingsIntoSession();
   void tellDelegate(const std::string& apiKey, const std::string& sessionId);
   std::optional<foundation::Value::Bytes> liveCrashReport() const;
@@ -118,9 +116,7 @@ class TallixAgent {
   std::shared_ptr<TallixApplication> application_;
   std::weak_ptr<TallixDelegate> delegate_;
   bool showErrorInLog_ = false;
-  std::unique_ptr<TallixTrackedProperties> trackedProperties_;
-  std::unique_ptr<TallixSessionRecordWriter> recordWriter_;
-  std::unique_ptr<TallixRequestBodyWriter> bodyWriter_;
+  std::shared_ptr<TallixSessionReporter> reporter_;
   TallixImpl impl_;
   // After the queue's owner: gone first, so the network is no longer followed while the
   // queue finishes its work.

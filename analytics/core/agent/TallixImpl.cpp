@@ -5,6 +5,7 @@
 
 #include "analytics/core/agent/TallixDeviceSessionMeasurements.h"
 #include "analytics/core/model/TallixLimits.h"
+#include "analytics/core/report/TallixSessionReporter.h"
 #include "analytics/core/session/TallixSavedSessions.h"
 #include "analytics/core/session/TallixSession.h"
 #include "analytics/core/session/TallixSessionContext.h"
@@ -23,6 +24,7 @@ struct TallixImpl::KeyedParts {
   explicit KeyedParts(const std::filesystem::path& directory) : measurements(directory) {}
 
   TallixDeviceSessionMeasurements measurements;
+  std::shared_ptr<TallixSessionReporter> reporter;
   std::unique_ptr<TallixSavedSessions> savedSessions;
   std::shared_ptr<const TallixSessionContext> context;
   std::unique_ptr<TallixSessionFactory> factory;
@@ -43,38 +45,37 @@ TallixImpl::Executor TallixImpl::queueExecutor() {
   };
 }
 
-void TallixImpl::setDataSender(std::shared_ptr<TallixDataSending> dataSender) {
-  dataSender_ = std::move(dataSender);
-}
-
 TallixImpl::KeyedParts& TallixImpl::keyedParts(const std::string& apiKey,
                                                const std::filesystem::path& directory,
-                                               ReportWriters writers) {
+                                               std::shared_ptr<TallixSessionReporter> reporter) {
   if (keyed_)
     return *keyed_;
   const TallixFilePaths paths(directory, apiKey);
   keyed_ = std::make_unique<KeyedParts>(directory);
-  keyed_->savedSessions = std::make_unique<TallixSavedSessions>(paths.savedSessions(),
-                                                                parts_.settings, writers.recordOf);
+  keyed_->reporter = std::move(reporter);
+  keyed_->savedSessions = std::make_unique<TallixSavedSessions>(
+      paths.savedSessions(), parts_.settings,
+      [reporter = keyed_->reporter.get()](TallixSession& session) {
+        return reporter->recordOf(session);
+      });
   keyed_->context = std::make_shared<const TallixSessionContext>(TallixSessionContext{
       parts_.clock, parts_.settings, counters_, paths, *keyed_->savedSessions, saver_,
-      keyed_->measurements, std::move(writers.recordOf), std::move(writers.bodyOf),
-      parts_.notificationCenter, dataSender_, parts_.crashCapture});
+      keyed_->measurements, *keyed_->reporter, parts_.notificationCenter, parts_.crashCapture});
   keyed_->factory = std::make_unique<TallixSessionFactory>(keyed_->context);
   return *keyed_;
 }
 
 Date TallixImpl::setupForApiKey(const std::string& apiKey,
                                 const std::filesystem::path& agentDirectory,
-                                ReportWriters writers) {
+                                std::shared_ptr<TallixSessionReporter> reporter) {
   const Date startTime = parts_.clock.now();
   // Events logged until the flag below flips are in the pre-cache, which the setup takes; later
   // ones are queued behind the setup.
   std::lock_guard lock(preCacheMutex_);
   intake_.seal();
-  queue_.async([=, this, writers = std::move(writers)]() mutable {
+  queue_.async([=, this, reporter = std::move(reporter)]() mutable {
     TallixExceptionHandler::guarded([&] {
-      auto& factory = *keyedParts(apiKey, agentDirectory, std::move(writers)).factory;
+      auto& factory = *keyedParts(apiKey, agentDirectory, std::move(reporter)).factory;
       counters_.resetAll();
       std::shared_ptr<TallixSession> next;
       if (session_) {
@@ -100,8 +101,6 @@ void TallixImpl::installSession(std::shared_ptr<TallixSession> session) {
     session_->publishEventLogTo(nullptr);
   session_ = std::move(session);
   session_->publishEventLogTo(&gauge_);
-  if (dataSender_)
-    dataSender_->setDataSenderDelegate(session_);
   std::lock_guard lock(sessionIdMutex_);
   sessionId_ = TallixSession::sessionIdFor(session_->fields().startTime);
 }

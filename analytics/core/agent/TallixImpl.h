@@ -27,10 +27,10 @@ namespace tallix {
 
 class TallixClock;
 class TallixCrashCapture;
-class TallixDataSending;
 class TallixGlobalVariableStorage;
 class TallixSession;
 class TallixSessionFactory;
+class TallixSessionReporter;
 struct TallixSessionContext;
 
 // The current session's proxy: every session operation goes onto the agent's serial queue,
@@ -39,15 +39,6 @@ struct TallixSessionContext;
 class TallixImpl {
  public:
   using SessionWork = std::function<void(TallixSession&)>;
-  using Bytes = foundation::Value::Bytes;
-  using RecordWriter = std::function<std::optional<Bytes>(TallixSession&)>;
-  using BodyWriter =
-      std::function<std::optional<Bytes>(const std::vector<Bytes>&, foundation::Date, bool)>;
-  // How sessions become report records, and records request bodies.
-  struct ReportWriters {
-    RecordWriter recordOf;
-    BodyWriter bodyOf;
-  };
   using Work = std::function<void()>;
   using Executor = std::function<void(Work)>;
 
@@ -67,14 +58,13 @@ class TallixImpl {
   // Puts work on the queue from anywhere, for as long as this object stands; afterwards the
   // work is dropped. For callbacks that may outlive the agent, such as HTTP completions.
   Executor queueExecutor();
-  // Where finished sessions go; set before the first session starts.
-  void setDataSender(std::shared_ptr<TallixDataSending> dataSender);
 
   // Starts a new current session now: the previous one, if any, is archived and hands over
-  // the events it still holds. Returns the new session's start.
+  // the events it still holds. The first call's reporter reports every session of the run.
+  // Returns the new session's start.
   foundation::Date setupForApiKey(const std::string& apiKey,
                                   const std::filesystem::path& agentDirectory,
-                                  ReportWriters writers);
+                                  std::shared_ptr<TallixSessionReporter> reporter);
 
   bool hasSession() const { return hasSession_.load(std::memory_order_acquire); }
   // The current session's id, or "" before the first.
@@ -96,10 +86,9 @@ class TallixImpl {
   void recordLoggedEvents(std::vector<TallixPreCacheEvent>& events);
   std::vector<TallixPreCacheEvent> takePreCache();
   KeyedParts& keyedParts(const std::string& apiKey, const std::filesystem::path& directory,
-                         ReportWriters writers);
+                         std::shared_ptr<TallixSessionReporter> reporter);
 
   Parts parts_;
-  std::shared_ptr<TallixDataSending> dataSender_;
   const std::shared_ptr<foundation::CallbackGate> executorGate_ =
       std::make_shared<foundation::CallbackGate>();
   TallixAutoIncrement counters_;

@@ -2,6 +2,7 @@
 
 #include <future>
 
+#include "analytics/core/net/TallixHttpClient.h"
 #include "analytics/core/support/TallixAgentVersion.h"
 #include "analytics/core/upload/TallixFileCache.h"
 
@@ -14,8 +15,8 @@ TallixUploadService::TallixUploadService(TallixDataSender::Executor onQueue,
     : onQueue_(onQueue),
       network_(std::make_shared<TallixNetworkUtil>(center, "")),
       dataSender_(std::make_shared<TallixDataSender>(
-          std::move(onQueue), [network = network_] { return network->serverURL(); }, settings,
-          clock)) {
+          onQueue, [network = network_] { return network->serverURL(); },
+          std::make_unique<TallixHttpClient>(onQueue), settings, clock)) {
   dataSender_->observeNetworkStatus(center);
 }
 

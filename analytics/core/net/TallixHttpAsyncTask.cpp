@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-#include "analytics/core/net/TallixHttpClient.h"
+#include "analytics/core/net/TallixHttpTransport.h"
 
 namespace tallix {
 namespace {
@@ -37,11 +37,11 @@ TallixHttpError statusError(long statusCode) {
 }  // namespace
 
 std::shared_ptr<TallixHttpAsyncTask> TallixHttpAsyncTask::sendMethod(
-    TallixHttpClient& client, std::string method, std::string url, Bytes body,
+    TallixHttpTransport& transport, std::string method, std::string url, Bytes body,
     HeaderFields headerFields, Delegate delegate, bool startImmediately,
     std::chrono::milliseconds timeoutInterval) {
   auto task = std::make_shared<TallixHttpAsyncTask>(
-      client,
+      transport,
       TallixHttpRequest{std::move(method), std::move(url), std::move(body), std::move(headerFields),
                         timeoutInterval},
       std::move(delegate));
@@ -50,18 +50,18 @@ std::shared_ptr<TallixHttpAsyncTask> TallixHttpAsyncTask::sendMethod(
   return task;
 }
 
-std::shared_ptr<TallixHttpAsyncTask> TallixHttpAsyncTask::get(TallixHttpClient& client,
+std::shared_ptr<TallixHttpAsyncTask> TallixHttpAsyncTask::get(TallixHttpTransport& transport,
                                                               std::string url, Delegate delegate,
                                                               HeaderFields headerFields) {
-  return sendMethod(client, "GET", std::move(url), {}, std::move(headerFields), std::move(delegate),
-                    true);
+  return sendMethod(transport, "GET", std::move(url), {}, std::move(headerFields),
+                    std::move(delegate), true);
 }
 
-std::shared_ptr<TallixHttpAsyncTask> TallixHttpAsyncTask::post(TallixHttpClient& client,
+std::shared_ptr<TallixHttpAsyncTask> TallixHttpAsyncTask::post(TallixHttpTransport& transport,
                                                                std::string url, Bytes body,
                                                                Delegate delegate,
                                                                HeaderFields headerFields) {
-  return sendMethod(client, "POST", std::move(url), std::move(body), std::move(headerFields),
+  return sendMethod(transport, "POST", std::move(url), std::move(body), std::move(headerFields),
                     std::move(delegate), true);
 }
 
@@ -112,19 +112,19 @@ std::string TallixHttpAsyncTask::urlWithProtocol(const std::string& protocol,
   return joined;
 }
 
-TallixHttpAsyncTask::TallixHttpAsyncTask(TallixHttpClient& client, TallixHttpRequest request,
+TallixHttpAsyncTask::TallixHttpAsyncTask(TallixHttpTransport& transport, TallixHttpRequest request,
                                          Delegate delegate)
-    : client_(client), request_(std::move(request)), delegate_(std::move(delegate)) {}
+    : transport_(transport), request_(std::move(request)), delegate_(std::move(delegate)) {}
 
 void TallixHttpAsyncTask::start() {
   if (finished_ || started_.exchange(true))
     return;
-  client_.add(shared_from_this());
+  transport_.add(shared_from_this());
 }
 
 void TallixHttpAsyncTask::cancelTask() {
   if (reportCancel() && started_)
-    client_.cancel(shared_from_this());
+    transport_.cancel(shared_from_this());
 }
 
 void TallixHttpAsyncTask::complete(TallixHTTPResponse response,
@@ -151,7 +151,7 @@ bool TallixHttpAsyncTask::reportCancel() {
 bool TallixHttpAsyncTask::finish(Report report) {
   if (finished_.exchange(true))
     return false;
-  client_.completionExecutor()([self = shared_from_this(), report = std::move(report)] {
+  transport_.completionExecutor()([self = shared_from_this(), report = std::move(report)] {
     if (const auto delegate = self->delegate_.lock())
       report(*delegate, self);
   });

@@ -15,10 +15,10 @@
 
 namespace tallix {
 
-class TallixHttpClient;
+class TallixHttpTransport;
 
-// One HTTP request on a client. Its delegate hears exactly once how it ended; a delegate that
-// is gone by then hears nothing. The client must outlive the tasks made on it.
+// One HTTP request on a transport. Its delegate hears exactly once how it ended; a delegate
+// that is gone by then hears nothing. The transport must outlive the tasks made on it.
 class TallixHttpAsyncTask : public std::enable_shared_from_this<TallixHttpAsyncTask> {
  public:
   using Bytes = foundation::Value::Bytes;
@@ -27,14 +27,14 @@ class TallixHttpAsyncTask : public std::enable_shared_from_this<TallixHttpAsyncT
   using Delegate = std::weak_ptr<TallixHttpTaskDelegate>;
 
   static std::shared_ptr<TallixHttpAsyncTask> sendMethod(
-      TallixHttpClient& client, std::string method, std::string url, Bytes body,
+      TallixHttpTransport& transport, std::string method, std::string url, Bytes body,
       HeaderFields headerFields, Delegate delegate, bool startImmediately,
       std::chrono::milliseconds timeoutInterval = TallixHttpRequest::kDefaultTimeout);
   // Started at once.
-  static std::shared_ptr<TallixHttpAsyncTask> get(TallixHttpClient& client, std::string url,
+  static std::shared_ptr<TallixHttpAsyncTask> get(TallixHttpTransport& transport, std::string url,
                                                   Delegate delegate,
                                                   HeaderFields headerFields = {});
-  static std::shared_ptr<TallixHttpAsyncTask> post(TallixHttpClient& client, std::string url,
+  static std::shared_ptr<TallixHttpAsyncTask> post(TallixHttpTransport& transport, std::string url,
                                                    Bytes body, Delegate delegate,
                                                    HeaderFields headerFields = {});
 
@@ -46,11 +46,11 @@ class TallixHttpAsyncTask : public std::enable_shared_from_this<TallixHttpAsyncT
   static std::string urlWithProtocol(const std::string& protocol, const std::string& host, int port,
                                      const std::string& path, const QueryDictionary& query);
 
-  TallixHttpAsyncTask(TallixHttpClient& client, TallixHttpRequest request, Delegate delegate);
+  TallixHttpAsyncTask(TallixHttpTransport& transport, TallixHttpRequest request, Delegate delegate);
   TallixHttpAsyncTask(const TallixHttpAsyncTask&) = delete;
   TallixHttpAsyncTask& operator=(const TallixHttpAsyncTask&) = delete;
 
-  // Hands the request to the client's thread; later calls, or calls after a cancel, do nothing.
+  // Hands the request to the transport; later calls, or calls after a cancel, do nothing.
   void start();
   // Unless the task has already ended, stops it and tells the delegate so.
   void cancelTask();
@@ -61,19 +61,18 @@ class TallixHttpAsyncTask : public std::enable_shared_from_this<TallixHttpAsyncT
   const foundation::Value& taskParams() const { return taskParams_; }
   void setTaskParams(foundation::Value params) { taskParams_ = std::move(params); }
 
+  // For the transport, when the exchange is over; a connection error means no answer.
+  void complete(TallixHTTPResponse response, std::optional<TallixHttpError> connectionError);
+  // For the transport, when it drops the task unfinished. False when the task had ended.
+  bool reportCancel();
+
  private:
-  friend class TallixHttpClient;
-  friend class TallixCurlTransfer;
   using Report =
       std::function<void(TallixHttpTaskDelegate&, const std::shared_ptr<TallixHttpAsyncTask>&)>;
-
-  // On the client's thread, when the exchange is over; a connection error means no answer.
-  void complete(TallixHTTPResponse response, std::optional<TallixHttpError> connectionError);
-  bool reportCancel();
   // Only the first report of a task reaches its delegate, through the completion executor.
   bool finish(Report report);
 
-  TallixHttpClient& client_;
+  TallixHttpTransport& transport_;
   const TallixHttpRequest request_;
   const Delegate delegate_;
   std::string tag_;

@@ -7,35 +7,32 @@
 #include <thread>
 #include <vector>
 
+#include "analytics/core/net/TallixHttpTransport.h"
+
 namespace tallix {
 
 class TallixCurlMulti;
-class TallixHttpAsyncTask;
 
 // Runs the agent's HTTP transfers on one thread of its own, started with the first request.
 // Delegates are called through the completion executor, so they run wherever it puts them
 // (the agent queue), never on this thread. Destroying the client cancels what is still
 // running and waits for the thread, which never blocks longer than one poll interval.
-class TallixHttpClient {
+class TallixHttpClient final : public TallixHttpTransport {
  public:
-  using Work = std::function<void()>;
-  using Executor = std::function<void(Work)>;
   static constexpr std::chrono::milliseconds kPollInterval{250};
 
   explicit TallixHttpClient(Executor completionExecutor);
-  ~TallixHttpClient();
+  ~TallixHttpClient() override;
   TallixHttpClient(const TallixHttpClient&) = delete;
   TallixHttpClient& operator=(const TallixHttpClient&) = delete;
 
- private:
-  friend class TallixHttpAsyncTask;
-
-  // From any thread; the work is picked up by the client's thread.
-  void add(std::shared_ptr<TallixHttpAsyncTask> task);
+  // The work is picked up by the client's thread.
+  void add(std::shared_ptr<TallixHttpAsyncTask> task) override;
   // Held until the client's thread has seen it, so its address cannot be taken by a newer task.
-  void cancel(std::shared_ptr<TallixHttpAsyncTask> task);
-  const Executor& completionExecutor() const { return completionExecutor_; }
+  void cancel(std::shared_ptr<TallixHttpAsyncTask> task) override;
+  const Executor& completionExecutor() const override { return completionExecutor_; }
 
+ private:
   void run();
   // False once the client is stopping.
   bool takeRequests();

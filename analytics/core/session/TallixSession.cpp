@@ -7,7 +7,7 @@
 
 #include "analytics/core/model/TallixAutoIncrement.h"
 #include "analytics/core/model/TallixLimits.h"
-#include "analytics/core/ports/TallixDataSending.h"
+#include "analytics/core/report/TallixSessionReporter.h"
 #include "analytics/core/session/TallixSavedSessions.h"
 #include "analytics/core/session/TallixSessionArchive.h"
 #include "analytics/core/session/TallixSessionContext.h"
@@ -273,8 +273,8 @@ void TallixSession::pauseSession() {
                    fields_.pauseTime->description().c_str());
   finishSession();
   // Without an uploader the paused session stays on disk, to be reported when it ends.
-  if (reportsOnPause_ && context().dataSender) {
-    sendSessionsToServerIncludingCurrentSession();
+  if (reportsNow(reportsOnPause_)) {
+    context().reporter.sendSessionsToServerIncludingCurrentSession(*this, context().savedSessions);
     context().saver.removeFile(context().paths.currentSession());
   } else {
     saveToDisk();
@@ -317,8 +317,8 @@ void TallixSession::endSession() {
     return;
   finishSession();
   // A session handed to the uploader is not kept again, or it would be sent twice.
-  if (reportsOnClose_ && context().dataSender)
-    sendSessionsToServerIncludingCurrentSession();
+  if (reportsNow(reportsOnClose_))
+    context().reporter.sendSessionsToServerIncludingCurrentSession(*this, context().savedSessions);
   else
     context().savedSessions.addToSavedSessions(*this);
   context().saver.removeFile(context().paths.currentSession());
@@ -336,28 +336,8 @@ void TallixSession::finishSession() {
       [](TallixSettings& settings) { settings.launchOptions = Value::Dictionary{}; });
 }
 
-void TallixSession::sendSessionsToServerIncludingCurrentSession() {
-  auto& saved = context().savedSessions;
-  if (context().settings.hasUserOptedOut()) {
-    TallixLog::debug("TallixSession: User is opted out, not sending session report");
-    saved.setSavedSessions({});
-    return;
-  }
-  TallixLog::debug("TallixSession: Sending sessions to server, include current %s", "YES");
-  auto records = saved.savedSessions();
-  if (auto current = context().recordOf(*this))
-    records.push_back(std::move(*current));
-  // Records the uploader could not store stay saved for the next attempt.
-  std::erase_if(records,
-                [&](const auto& record) { return context().dataSender->sendSessionsData(record); });
-  TallixLog::debug("TallixSession: Scheduled send %lu session(s).",
-                   static_cast<unsigned long>(records.size()));
-  saved.setSavedSessions(records);
-}
-
-std::optional<Value::Bytes> TallixSession::prepareForSendingSessions(
-    const std::vector<Value::Bytes>& records, bool sentReportSuccessfully) {
-  return context().bodyOf(records, fields_.startTime, sentReportSuccessfully);
+bool TallixSession::reportsNow(bool enabledForThisEnding) const {
+  return enabledForThisEnding && context().reporter.canSend();
 }
 
 TallixEventLog::Events TallixSession::takePendingEvents() {

@@ -6,7 +6,6 @@
 #include <string>
 #include <system_error>
 
-#include "analytics/core/ports/TallixDataSending.h"
 #include "analytics/core/session/TallixEventLog.h"
 #include "analytics/core/session/TallixSessionFields.h"
 #include "foundation/Archivable.h"
@@ -18,10 +17,9 @@ struct TallixSessionContext;
 
 // One session of the application's use: its events, errors and attributes, and its lifecycle
 // of pauses, resumes and the end. Every operation runs on the agent queue; the session saves
-// itself after each change so that a killed process loses nothing. The current session also
-// writes the request bodies the uploader sends.
+// itself after each change so that a killed process loses nothing. At a pause or the end it
+// asks the reporter to report it; the bytes of reports are the reporter's business.
 class TallixSession : public foundation::Archivable,
-                      public TallixDataSenderDelegate,
                       public std::enable_shared_from_this<TallixSession> {
  public:
   static constexpr std::string_view kArchiveClassName = "TallixSession";
@@ -81,8 +79,6 @@ class TallixSession : public foundation::Archivable,
   void resumeSession();
   // Before the next session starts: keeps this one's report and clears its file.
   void archiveSession();
-  std::optional<foundation::Value::Bytes> prepareForSendingSessions(
-      const std::vector<foundation::Value::Bytes>& records, bool sentReportSuccessfully) override;
   void endSession();
   void finishSession();
   bool isPaused() const { return fields_.pauseTime.has_value(); }
@@ -106,7 +102,8 @@ class TallixSession : public foundation::Archivable,
   const TallixSessionContext& context() const;
   foundation::Date now() const;
   void takeMeasurements(int phase);
-  void sendSessionsToServerIncludingCurrentSession();
+  // Whether the session goes to the reporter now rather than staying saved.
+  bool reportsNow(bool enabledForThisEnding) const;
 
   std::shared_ptr<const TallixSessionContext> context_;
   TallixSessionFields fields_;

@@ -44,9 +44,16 @@ void TallixGlobalVariableStorage::setApiKey(std::string_view apiKey,
   TallixLog::debug("Tallix: Trim white space and use apiKey[%s]", trimmed.c_str());
   const TallixFilePaths paths(directory, trimmed);
   forEachMap([&](TallixPersistentMap& map) { map.loadFrom(paths.persistentMap(map.name())); });
-  if (globals_.valueForKey(kOptOutKey).value_or(false) == Value(true))
-    optedOut_ = true;
   update([&](TallixSettings& settings) { settings.apiKey = std::move(trimmed); });
+  std::optional<bool> chosen;
+  {
+    std::lock_guard lock(optOutMutex_);
+    chosen = optOutBeforeMaps_;
+  }
+  if (chosen)
+    setOptOut(*chosen);
+  else
+    optedOut_ = globals_.valueForKey(kOptOutKey).value_or(false) == Value(true);
 }
 
 void TallixGlobalVariableStorage::loadInitialTimestamp(const std::filesystem::path& path,
@@ -62,8 +69,19 @@ void TallixGlobalVariableStorage::loadInitialTimestamp(const std::filesystem::pa
 }
 
 void TallixGlobalVariableStorage::setOptOut(bool optOut) {
+  std::lock_guard lock(optOutMutex_);
   optedOut_ = optOut;
+  if (optOut)
+    update([](TallixSettings& settings) { settings.optOutSessionPending = true; });
   globals_.setValue(kOptOutKey, optOut);
+  if (!globals_.path()) {
+    optOutBeforeMaps_ = optOut;
+    return;
+  }
+  optOutBeforeMaps_.reset();
+  if (!globals_.save())
+    TallixLog::debug("%s: map not saved to disk at path[%s]", "-[Tallix setTallixOptOut:]",
+                     globals_.path()->c_str());
 }
 
 void TallixGlobalVariableStorage::recordOrigin(const std::string& originName,

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <filesystem>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -36,6 +37,8 @@ class TallixGlobalVariableStorage {
   void recordSessionProperties(const foundation::Value& properties);
 
   bool hasUserOptedOut() const { return optedOut_.load(std::memory_order_relaxed); }
+  // Kept on disk at once when the key's maps are loaded, else as soon as they are; opting out
+  // marks an opt-out session pending.
   void setOptOut(bool optOut);
 
   TallixPersistentMap& persistentGlobalsMap() { return globals_; }
@@ -53,6 +56,9 @@ class TallixGlobalVariableStorage {
   TallixSettings settings_;
   std::atomic<bool> startSessionCalled_{false};
   std::atomic<bool> optedOut_{false};
+  // A choice made before the key's maps were loaded, which loading them must not undo.
+  std::mutex optOutMutex_;
+  std::optional<bool> optOutBeforeMaps_;
   TallixPersistentMap globals_{"persistentGlobalsMap"};
   TallixPersistentMap cookies_{"persistentCookiesMap"};
   TallixPersistentMap urls_{"persistentUrlsMap"};

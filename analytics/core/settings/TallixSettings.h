@@ -24,6 +24,8 @@ struct TallixSettings {
   int appApplicationState = -1;
   int age = -1;
   int maxSessionsSaved = kDefaultMaxSavedSessions;
+  // An opt-out has ended a session whose report the partner callbacks still owe.
+  bool optOutSessionPending = false;
   std::string appVersion;
   std::string apiKey;
   std::optional<std::string> sessionOriginName;

@@ -9,8 +9,9 @@
 namespace tallix {
 
 TallixDataSender::TallixDataSender(Executor onQueue, ServerURLSource serverURL,
+                                   std::unique_ptr<TallixHttpTransport> transport,
                                    TallixGlobalVariableStorage& settings, const TallixClock& clock)
-    : TallixDataSenderBase(std::move(onQueue), std::move(serverURL)),
+    : TallixDataSenderBase(std::move(onQueue), std::move(serverURL), std::move(transport)),
       settings_(settings),
       clock_(clock) {}
 
@@ -20,23 +21,15 @@ void TallixDataSender::setupForApiKey(const std::filesystem::path& directory,
                                                         TallixDataSenderIndex::dataKeyFor(apiKey));
 }
 
-void TallixDataSender::setDataSenderDelegate(std::weak_ptr<TallixDataSenderDelegate> delegate) {
-  dataSenderDelegate_ = std::move(delegate);
-}
-
-bool TallixDataSender::sendSessionsData(const Bytes& record) {
-  const auto delegate = dataSenderDelegate_.lock();
-  if (!delegate || !dataIndex_) {
+bool TallixDataSender::sendSessionsData(const Bytes& body) {
+  if (!dataIndex_) {
     TallixLog::debug("%s: Unable to send session data", "-[TallixDataSender sendSessionsData:]");
     return false;
   }
-  const auto body = delegate->prepareForSendingSessions({record}, everSentReportSuccessfully());
-  if (!body)
-    return false;
-  const auto identifier = storeData(*body);
+  const auto identifier = storeData(body);
   if (!identifier)
     return false;
-  if (!hasOngoingTasksWindow() || !sendData(*body, *identifier))
+  if (!hasOngoingTasksWindow() || !sendData(body, *identifier))
     TallixLog::debug("TallixDataSender: block [%s] stored, to be sent later", identifier->c_str());
   if (runningTaskCount() == 0)
     didCompleteAllTasks();  // nothing in flight: the store limit can hold now
@@ -63,6 +56,9 @@ std::size_t TallixDataSender::storedBlockCount() const {
 void TallixDataSender::retransmitNotSentBlocks() {
   if (!dataIndex_)
     return;
+  // What was stored before the user opted out must not leave afterwards.
+  if (settings_.hasUserOptedOut())
+    return discardStoredBlocks();
   if (isInBackground()) {
     TallixLog::debug("Tallix: application is in background, skipping sending data.");
     return;
@@ -98,13 +94,23 @@ void TallixDataSender::handleSuccess(const std::string& identifier,
 }
 
 void TallixDataSender::handleFailure(const std::string&, const TallixHttpError& error) {
-  TallixLog::debug("TallixSession: Could not connect to server: %s (%s %ld)", error.message.c_str(),
-                   error.domain.c_str(), error.code);
+  TallixLog::debug("TallixSession: Could not connect to server: %s", error.message.c_str());
 }
 
 void TallixDataSender::didCompleteAllTasks() {
   if (dataIndex_)
     dataIndex_->discardOutdatedBlocks();
+}
+
+void TallixDataSender::discardStoredBlocks() {
+  const auto blocks = dataIndex_->notSentBlocks();
+  if (blocks.empty())
+    return;
+  TallixLog::debug("Tallix: user opted out, %lu stored report(s) discarded",
+                   static_cast<unsigned long>(blocks.size()));
+  for (const auto& block : blocks)
+    if (!isSending(block->identifier()))
+      dataIndex_->removeStoredDataWithIdentifier(block->identifier());
 }
 
 bool TallixDataSender::isInBackground() const {

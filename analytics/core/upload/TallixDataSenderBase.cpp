@@ -10,8 +10,11 @@
 
 namespace tallix {
 
-TallixDataSenderBase::TallixDataSenderBase(Executor onQueue, ServerURLSource serverURL)
-    : onQueue_(onQueue), serverURL_(std::move(serverURL)), client_(std::move(onQueue)) {}
+TallixDataSenderBase::TallixDataSenderBase(Executor onQueue, ServerURLSource serverURL,
+                                           std::unique_ptr<TallixHttpTransport> transport)
+    : onQueue_(std::move(onQueue)),
+      serverURL_(std::move(serverURL)),
+      transport_(std::move(transport)) {}
 
 TallixDataSenderBase::~TallixDataSenderBase() {
   if (center_)
@@ -66,7 +69,7 @@ bool TallixDataSenderBase::sendData(const Bytes& body, const std::string& identi
                      identifier.c_str());
     return false;
   }
-  auto task = TallixHttpAsyncTask::sendMethod(client_, "POST", url, body,
+  auto task = TallixHttpAsyncTask::sendMethod(*transport_, "POST", url, body,
                                               {{"content-type", "application/octet-stream"}},
                                               weak_from_this(), false);
   task->setTag(identifier);

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "analytics/core/net/TallixHttpClient.h"
 #include "analytics/core/net/TallixHttpTaskDelegate.h"
+#include "analytics/core/net/TallixHttpTransport.h"
 #include "foundation/Value.h"
 
 namespace foundation {
@@ -24,13 +24,15 @@ class TallixDataSenderBase : public TallixHttpTaskDelegate,
                              public std::enable_shared_from_this<TallixDataSenderBase> {
  public:
   using Bytes = foundation::Value::Bytes;
-  using Executor = TallixHttpClient::Executor;
+  using Executor = TallixHttpTransport::Executor;
   // Where bodies go; empty while no server is configured.
   using ServerURLSource = std::function<std::string()>;
   // A new request starts only while fewer than this many are running.
   static constexpr std::size_t kTasksWindow = 9;
 
-  TallixDataSenderBase(Executor onQueue, ServerURLSource serverURL);
+  // The transport's completions must come through the same queue as `onQueue`.
+  TallixDataSenderBase(Executor onQueue, ServerURLSource serverURL,
+                       std::unique_ptr<TallixHttpTransport> transport);
   ~TallixDataSenderBase() override;
 
   // Retransmits when "TallixNetworkStatusChangedNotification" says the network is reachable.
@@ -69,7 +71,7 @@ class TallixDataSenderBase : public TallixHttpTaskDelegate,
   std::vector<Task> runningTasks_;
   std::vector<std::function<void()>> idleCallbacks_;
   // Last: destroyed first, cancelling what still runs while the rest stands.
-  TallixHttpClient client_;
+  const std::unique_ptr<TallixHttpTransport> transport_;
 };
 
 }  // namespace tallix

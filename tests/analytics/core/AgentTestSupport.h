@@ -11,8 +11,7 @@
 #include "TemporaryDirectory.h"
 #include "analytics/core/agent/TallixEnvironment.h"
 #include "analytics/core/model/TallixAutoIncrement.h"
-#include "analytics/core/report/TallixSessionRecordWriter.h"
-#include "analytics/core/report/TallixTrackedProperties.h"
+#include "analytics/core/report/TallixSessionReporter.h"
 #include "analytics/core/session/TallixSavedSessions.h"
 #include "analytics/core/session/TallixSession.h"
 #include "analytics/core/session/TallixSessionContext.h"
@@ -55,29 +54,19 @@ class FixedMeasurements : public TallixSessionMeasurements {
 };
 
 // A session's surroundings without the agent: settings, counters, saver, saved sessions and
-// the real record writer, over a fresh directory. Session work runs on the harness's queue,
-// as the agent runs it.
+// the real reporter without a sender, over a fresh directory. Session work runs on the
+// harness's queue, as the agent runs it.
 class SessionHarness {
  public:
   static constexpr const char* kApiKey = "TESTKEY";
 
   SessionHarness()
       : paths(directory.path(), kApiKey),
-        tracked(settings.persistentGlobalsMap()),
-        writer(settings, clock, tracked),
-        saved(paths.savedSessions(), settings, recordOf()),
-        context(std::make_shared<const TallixSessionContext>(TallixSessionContext{clock,
-                                                                                  settings,
-                                                                                  counters,
-                                                                                  paths,
-                                                                                  saved,
-                                                                                  saver,
-                                                                                  measurements,
-                                                                                  recordOf(),
-                                                                                  {},
-                                                                                  center,
-                                                                                  nullptr,
-                                                                                  nullptr})),
+        saved(paths.savedSessions(), settings,
+              [this](TallixSession& session) { return reporter.recordOf(session); }),
+        context(std::make_shared<const TallixSessionContext>(
+            TallixSessionContext{clock, settings, counters, paths, saved, saver, measurements,
+                                 reporter, center, nullptr})),
         factory(context) {}
 
   ~SessionHarness() {
@@ -106,18 +95,12 @@ class SessionHarness {
   FixedMeasurements measurements;
   foundation::NotificationCenter center;
   TallixFilePaths paths;
-  TallixTrackedProperties tracked;
-  TallixSessionRecordWriter writer;
+  TallixSessionReporter reporter{settings, clock, {}, {}, {}, nullptr};
   foundation::DispatchQueue queue{"test.session"};
   TallixSessionSaver saver{queue};
   TallixSavedSessions saved;
   std::shared_ptr<const TallixSessionContext> context;
   TallixSessionFactory factory;
-
- private:
-  TallixSavedSessions::RecordWriter recordOf() {
-    return [this](TallixSession& session) { return writer.data(session); };
-  }
 };
 
 // A desktop application under the test's control.

@@ -200,7 +200,7 @@ TEST_F(TallixSessionTest, SavedSessionsKeepTheNewestFifty) {
       session->setUserID("user" + std::to_string(i));
       harness.saved.addToSavedSessions(*session);
     });
-    records.push_back(*harness.run([&] { return harness.writer.data(*session); }));
+    records.push_back(*harness.run([&] { return harness.reporter.recordOf(*session); }));
   }
   const auto saved = harness.saved.savedSessions();
   ASSERT_EQ(saved.size(), 50u);

@@ -1,59 +1,43 @@
 #include <gtest/gtest.h>
 
-#include "Eventually.h"
 #include "TemporaryDirectory.h"
 #include "analytics/core/net/TallixNetworkUtil.h"
+#include "analytics/core/settings/TallixGlobalVariableStorage.h"
 #include "analytics/core/upload/TallixDataSender.h"
 #include "foundation/DispatchQueue.h"
 #include "foundation/NotificationCenter.h"
-#include "tests/analytics/upload/BodyWriterDelegate.h"
-#include "tests/tools/JsonPath.h"
-#include "tests/tools/RunningCollector.h"
-#include "tests/tools/TestSessionRecord.h"
+#include "tests/analytics/FixedClock.h"
+#include "tests/analytics/upload/InMemoryTransport.h"
 
 namespace tallix {
 namespace {
 
-using foundation::eventually;
 using Bytes = foundation::Value::Bytes;
 
-// A sender on its own queue posting to a local collector. Records are told apart by the
-// number of events they hold.
+// A sender on its own queue over a transport the test answers. Bodies are told apart by their
+// one byte.
 class TallixDataSenderTest : public ::testing::Test {
  protected:
   TallixDataSenderTest() {
     sender->observeNetworkStatus(center);
-    queue.sync([this] {
-      sender->setupForApiKey(directory.path(), "KEY");
-      sender->setDataSenderDelegate(delegate);
-    });
+    queue.sync([this] { sender->setupForApiKey(directory.path(), "KEY"); });
   }
 
   template <typename Work>
   auto onQueue(Work work) {
     return queue.sync(work);
   }
-  void send(int events) {
-    onQueue([&] { EXPECT_TRUE(sender->sendSessionsData(sessionRecordWithEvents(events))); });
+  void send(std::uint8_t body) {
+    onQueue([&] { EXPECT_TRUE(sender->sendSessionsData({body})); });
+  }
+  // Answers the oldest request and lets the sender hear of it.
+  Bytes answer(std::optional<long> status, Bytes answer = {}) {
+    const Bytes body = transport->answerOldest(status, std::move(answer));
+    onQueue([] {});
+    return body;
   }
   std::size_t stored() {
     return onQueue([this] { return sender->storedBlockCount(); });
-  }
-  std::size_t running() {
-    return onQueue([this] { return sender->runningTaskCount(); });
-  }
-  bool settled() {
-    return eventually([this] { return running() == 0; });
-  }
-  // The event count of every session the collector received, in the order it stored them.
-  std::vector<json_int_t> received() {
-    std::vector<json_int_t> counts;
-    const TallixJson reports = collector.reports();
-    for (std::size_t report = 0; report < json_array_size(reports.get()); ++report) {
-      const auto events = std::to_string(report) + "/body/sessions/0/events";
-      counts.push_back(static_cast<json_int_t>(json_array_size(jsonAt(reports.get(), events))));
-    }
-    return counts;
   }
   void announceNetwork(int status) {
     center.post(TallixNetworkUtil::kStatusChangedNotification, nullptr,
@@ -62,88 +46,84 @@ class TallixDataSenderTest : public ::testing::Test {
   }
 
   foundation::TemporaryDirectory directory;
-  RunningCollector collector;
-  std::string serverURL = "http://" + collector.host() + "/aas.do";  // the queue's own
+  std::string serverURL = "http://collector.invalid/aas.do";  // the queue's own
   TallixGlobalVariableStorage settings{"1.0"};
   const FixedClock clock{foundation::Date::fromTimeIntervalSince1970(1700000000)};
   foundation::NotificationCenter center;
   foundation::DispatchQueue queue{"sender test"};
-  std::shared_ptr<BodyWriterDelegate> delegate = std::make_shared<BodyWriterDelegate>(settings);
-  std::shared_ptr<TallixDataSender> sender =
-      std::make_shared<TallixDataSender>([this](auto work) { queue.async(std::move(work)); },
-                                         [this] { return serverURL; }, settings, clock);
+  TallixHttpTransport::Executor onTestQueue = [this](auto work) { queue.async(std::move(work)); };
+  InMemoryTransport* transport = new InMemoryTransport(onTestQueue);
+  std::shared_ptr<TallixDataSender> sender = std::make_shared<TallixDataSender>(
+      onTestQueue, [this] { return serverURL; }, std::unique_ptr<TallixHttpTransport>(transport),
+      settings, clock);
 };
 
-TEST_F(TallixDataSenderTest, FailedBlockStaysUntilTheNextSuccessCarriesItAlong) {
-  collector.control(R"({"status":500})");
+TEST_F(TallixDataSenderTest, AFailedBlockStaysUntilTheNextSuccessCarriesItAlong) {
   send(1);
-  ASSERT_TRUE(settled());
-  EXPECT_EQ(stored(), 1u);
+  EXPECT_EQ(answer(500), Bytes{1});
+  EXPECT_EQ(transport->waiting(), 0u) << "nothing goes again before a success";
+  send(2);
+  EXPECT_EQ(answer(std::nullopt), Bytes{2});
+  EXPECT_EQ(stored(), 2u);
   EXPECT_FALSE(onQueue([this] { return sender->everSentReportSuccessfully(); }));
 
-  collector.control(R"({"status":204})");
-  send(2);
-  ASSERT_TRUE(eventually([this] { return stored() == 0 && running() == 0; }));
+  send(3);
+  EXPECT_EQ(answer(204), Bytes{3});
+  // The success sends the failed ones again, each once.
+  EXPECT_EQ(transport->waiting(), 2u);
+  EXPECT_EQ(answer(200), Bytes{1});
+  EXPECT_EQ(answer(200), Bytes{2});
+  EXPECT_EQ(stored(), 0u);
   EXPECT_TRUE(onQueue([this] { return sender->everSentReportSuccessfully(); }));
-  EXPECT_EQ(received(), (std::vector<json_int_t>{1, 2, 1}));
 }
 
 TEST_F(TallixDataSenderTest, NineRequestsRunAtOnceAndTheTenthWaitsForASlot) {
-  collector.control(R"({"delayMs":400})");
-  for (int events = 1; events <= 10; ++events)
-    send(events);
-  EXPECT_EQ(running(), TallixDataSender::kTasksWindow);
+  for (std::uint8_t body = 1; body <= 10; ++body)
+    send(body);
+  EXPECT_EQ(transport->waiting(), TallixDataSender::kTasksWindow);
   EXPECT_EQ(stored(), 10u);
-
-  ASSERT_TRUE(eventually([this] { return stored() == 0 && running() == 0; }));
-  // Each block went exactly once: retransmission after a success skips blocks in flight.
-  auto counts = received();
-  std::ranges::sort(counts);
-  EXPECT_EQ(counts, (std::vector<json_int_t>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+  answer(200);
+  EXPECT_EQ(transport->waiting(), TallixDataSender::kTasksWindow);
+  while (transport->waiting() > 0)
+    answer(200);
+  EXPECT_EQ(stored(), 0u);
 }
 
-TEST_F(TallixDataSenderTest, NetworkComingBackRetransmitsWhatFailed) {
-  collector.control(R"({"status":503})");
+TEST_F(TallixDataSenderTest, TheNetworkComingBackRetransmitsUnlessTheUserOptedOut) {
   send(3);
-  ASSERT_TRUE(settled());
-  collector.control(R"({"status":200})");
-
+  answer(503);
   announceNetwork(TallixNetworkUtil::kNotReachable);
-  EXPECT_EQ(running(), 0u);
+  EXPECT_EQ(transport->waiting(), 0u);
   announceNetwork(TallixNetworkUtil::kReachable);
-  ASSERT_TRUE(eventually([this] { return stored() == 0 && running() == 0; }));
-  EXPECT_EQ(received(), (std::vector<json_int_t>{3, 3}));
+  EXPECT_EQ(answer(200), Bytes{3});
+
+  send(4);
+  answer(503);
+  settings.setOptOut(true);
+  announceNetwork(TallixNetworkUtil::kReachable);
+  EXPECT_EQ(transport->waiting(), 0u);
+  EXPECT_EQ(stored(), 0u) << "what was stored before the opt-out is gone";
 }
 
-TEST_F(TallixDataSenderTest, CookiesOfTheAnswerGoBackWithTheNextBody) {
-  collector.control(R"({"cookies":{"visit":"42"}})");
+TEST_F(TallixDataSenderTest, CookiesOfTheAnswerAreKept) {
   send(1);
-  ASSERT_TRUE(settled());
+  // Type 0x11E, a 32-bit value, two unused bytes, one entry: "visit" = "42".
+  answer(200, {0x01, 0x1E, 0, 0, 0, 9, 0, 0, 0, 1, 0, 5, 'v', 'i', 's', 'i', 't', 0, 2, '4', '2'});
   EXPECT_EQ(settings.persistentCookiesMap().valueForKey("visit"), foundation::Value("42"));
-
-  send(2);
-  ASSERT_TRUE(settled());
-  const TallixJson reports = collector.reports();
-  EXPECT_EQ(json_array_size(jsonAt(reports.get(), "0/body/cookies")), 0u);
-  EXPECT_EQ(jsonText(reports.get(), "1/body/cookies/0/key"), "visit");
-  EXPECT_EQ(jsonText(reports.get(), "1/body/cookies/0/value"), "42");
 }
 
 TEST_F(TallixDataSenderTest, WithoutAServerBlocksStayStoredUpToTheLimitNewestKept) {
   onQueue([this] { serverURL.clear(); });
-  for (int events = 1; events <= 51; ++events)
-    send(events);
-  EXPECT_EQ(running(), 0u);
+  for (int body = 1; body <= 51; ++body)
+    send(static_cast<std::uint8_t>(body));
+  EXPECT_EQ(transport->waiting(), 0u);
   EXPECT_EQ(stored(), TallixDataSenderIndex::kMaxBlocksPerDataKey);
 
   // The oldest went: what is left, sent once a server is known, starts at the second.
-  onQueue([this] { serverURL = "http://" + collector.host() + "/aas.do"; });
+  onQueue([this] { serverURL = "http://collector.invalid/aas.do"; });
   announceNetwork(TallixNetworkUtil::kReachable);
-  ASSERT_TRUE(eventually([this] { return stored() == 0 && running() == 0; }));
-  auto counts = received();
-  std::ranges::sort(counts);
-  EXPECT_EQ(counts.size(), 50u);
-  EXPECT_EQ(counts.front(), 2);
+  EXPECT_EQ(transport->waiting(), TallixDataSender::kTasksWindow);
+  EXPECT_EQ(answer(200), Bytes{2});
 }
 
 }  // namespace
