@@ -113,5 +113,21 @@ TEST_F(AgentDeliveryTest, EachSessionIsReportedAtItsPausesAndNeverAgainOnceEnded
   EXPECT_EQ(firstEvents, (std::vector<std::string>{"first", "first", "second", "third"}));
 }
 
+TEST_F(AgentDeliveryTest, AnOptOutBeforeTheStartHoldsAcrossARestartAndNothingLeaves) {
+  agent.setTallixOptOut(true);
+  agent.startSession(kApiKey);
+  agent.shutdown();
+  TallixAgent restarted{testEnvironment(clock, center, directory.path())};
+  restarted.setApplication(application);
+  restarted.setServerURL(collector.host());
+  restarted.setSecureTransportEnabled(false);
+  restarted.startSession(kApiKey);
+  EXPECT_TRUE(restarted.hasUserOptedOut());
+  restarted.logEvent("talk", {}, false);
+  restarted.endSession();
+  EXPECT_TRUE(restarted.waitUntilIdle(5s));
+  EXPECT_EQ(json_array_size(collector.reports().get()), 0u);
+}
+
 }  // namespace
 }  // namespace tallix
