@@ -174,7 +174,10 @@ TallixImpl::ReportWriters TallixAgent::reportWriters(const std::filesystem::path
     recordWriter_ = std::make_unique<TallixSessionRecordWriter>(
         storage_, *environment_.clock, *trackedProperties_,
         [network = uploads_->network()] { return network->networkStatus(); },
-        [device] { return device.screenWidth > device.screenHeight; });
+        [app] {
+          const ScreenSize screen = app->screenSize();
+          return screen.width > screen.height;
+        });
     bodyWriter_ = std::make_unique<TallixRequestBodyWriter>(storage_, *environment_.clock,
                                                             *trackedProperties_, device);
   }
