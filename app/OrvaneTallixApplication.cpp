@@ -20,13 +20,31 @@ std::filesystem::path OrvaneTallixApplication::dataDirectory() const {
   return foundation::ApplicationPaths("Orvane").dataDirectory();
 }
 
+OrvaneTallixApplication::OrvaneTallixApplication() {
+  if (!qGuiApp)
+    return;
+  follow(QGuiApplication::primaryScreen());
+  QObject::connect(qGuiApp, &QGuiApplication::primaryScreenChanged, &context_,
+                   [this](QScreen* screen) { follow(screen); });
+}
+
+void OrvaneTallixApplication::follow(QScreen* screen) {
+  QObject::disconnect(geometryConnection_);
+  measure(screen);
+  if (screen) {
+    geometryConnection_ = QObject::connect(screen, &QScreen::geometryChanged, &context_,
+                                           [this, screen] { measure(screen); });
+  }
+}
+
 // In device pixels, as a phone reports its screen.
-tallix::ScreenSize OrvaneTallixApplication::screenSize() const {
-  const QScreen* screen = QGuiApplication::primaryScreen();
-  if (!screen)
-    return {};
+void OrvaneTallixApplication::measure(const QScreen* screen) {
+  if (!screen) {
+    screenSize_ = tallix::ScreenSize{};
+    return;
+  }
   const QSize size = screen->size() * screen->devicePixelRatio();
-  return {size.width(), size.height()};
+  screenSize_ = tallix::ScreenSize{size.width(), size.height()};
 }
 
 }  // namespace app

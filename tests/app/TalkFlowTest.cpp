@@ -6,6 +6,7 @@
 #include <QTest>
 #include <thread>
 
+#include "Eventually.h"
 #include "PrivateServer.h"
 #include "ScreenHarness.h"
 #include "audio/OrvaneEngine.h"
@@ -112,6 +113,11 @@ TEST_F(TalkFlowTest, TheSpeakerAsOutputOpensTheRoutePickerOnAppearance) {
   loadNullSink("orvane_speaker", "Speaker");
   pactl("set-default-sink orvane_speaker");
   harness_.reset();
+  // The server tells of its new default in its own time; the screen appears once it has.
+  ASSERT_TRUE(foundation::eventually([&] {
+    const auto outputs = server_.session().currentRoute().outputs;
+    return !outputs.empty() && outputs.front().portName == "Speaker";
+  }));
   harness_ = std::make_unique<ScreenHarness>(server_);
   EXPECT_EQ(routeLabel().text(), "Speaker");
   EXPECT_TRUE(eventuallyShown([&] {

@@ -26,7 +26,9 @@ inline json_t* jsonAt(const json_t* root, std::string_view path) {
 
 inline std::string jsonText(const json_t* root, std::string_view path) {
   const json_t* node = jsonAt(root, path);
-  return json_is_string(node) ? json_string_value(node) : "<missing " + std::string(path) + ">";
+  // By its length: a text may hold NULs.
+  return json_is_string(node) ? std::string(json_string_value(node), json_string_length(node))
+                              : "<missing " + std::string(path) + ">";
 }
 
 inline json_int_t jsonInteger(const json_t* root, std::string_view path) {

@@ -26,6 +26,13 @@ TallixJson read(const Bytes& body) {
   return TallixReportReader::read(body);
 }
 
+std::string repeated(std::string_view piece, int times) {
+  std::string out;
+  for (int i = 0; i < times; ++i)
+    out += piece;
+  return out;
+}
+
 std::string rejection(const Bytes& body) {
   try {
     TallixReportReader::read(body);
@@ -79,9 +86,11 @@ void ReportReaderTest::logEverything() {
   fields.pageViewCount = 4;
   fields.gender = 0;
   fields.age = Date::fromTimeIntervalSince1970(504921600);
-  auto talk = std::make_shared<TallixEvent>("talk", true,
-                                            Value::Dictionary{{"effect", "monster"}, {"takes", 3}},
-                                            kStart.dateByAddingTimeInterval(1.5), 1);
+  auto talk = std::make_shared<TallixEvent>(
+      "talk", true, Value::Dictionary{{"effect", "monster"}, {"loud", true}, {"takes", 3}},
+      kStart.dateByAddingTimeInterval(1.5), 1);
+  // As ending a timed event merges its parameters.
+  talk->updateParameters(Value::Dictionary{{"muted", false}});
   talk->end(kStart.dateByAddingTimeInterval(4));
   draft_.eventLog.put(talk, true);
   draft_.eventLog.put(
@@ -171,7 +180,10 @@ TEST_F(ReportReaderTest, SessionFieldsComeBackAsLogged) {
 
   EXPECT_EQ(jsonText(session, "events/0/name"), "talk");
   EXPECT_EQ(jsonText(session, "events/0/parameters/0/value"), "monster");
-  EXPECT_EQ(jsonText(session, "events/0/parameters/1/value"), "3");
+  // Booleans are numbers on the phone.
+  EXPECT_EQ(jsonText(session, "events/0/parameters/1/value"), "1");
+  EXPECT_EQ(jsonText(session, "events/0/parameters/2/value"), "0");
+  EXPECT_EQ(jsonText(session, "events/0/parameters/3/value"), "3");
   EXPECT_EQ(jsonInteger(session, "events/0/startOffset"), 1500);
   EXPECT_EQ(jsonInteger(session, "events/0/duration"), 2500);
   EXPECT_EQ(jsonInteger(session, "events/1/eventLogId"), 2);
@@ -210,6 +222,38 @@ TEST_F(ReportReaderTest, PlainSessionsBackToBackAreEachReadWhole) {
   EXPECT_EQ(jsonText(second, "applicationVersion"), "second");
   EXPECT_EQ(jsonInteger(second, "gender"), -1);
   EXPECT_EQ(jsonText(report.get(), "body/cookies/0/key"), "srv");
+}
+
+// Whatever bytes the application passes, each string goes out as at most 255 characters of
+// well-formed UTF-8 within its length field, so every later field is read where it was written.
+TEST_F(ReportReaderTest, HostileStringsAreWrittenAsAtMost255CharactersOfUtf8) {
+  const std::string replaced = "\uFFFD";
+  const std::string grinning = "\xF0\x9F\x98\x80";
+  const std::string continuations(70000, '\x80');
+  // Event name as the application passes it, and as the report must carry it.
+  const std::pair<std::string, std::string> names[] = {
+      {continuations, repeated(replaced, 255)},
+      // One U+FFFD for a stray byte, for each byte of an overlong form (2) and of a surrogate
+      // (3), and one for a sequence broken off after its lead.
+      {"ok\xFF\xC0\xAF\xED\xA0\x80\xE2\x82!", "ok" + repeated(replaced, 7) + "!"},
+      {repeated("\xF0\x9F\x98", 300), repeated(replaced, 255)},
+      {std::string("a\0b", 3), std::string("a\0b", 3)},
+      {std::string(300, '\0'), std::string(255, '\0')},
+      {repeated("a", 254) + grinning + "z", repeated("a", 254) + grinning},
+      {repeated(grinning, 256), repeated(grinning, 255)},
+  };
+  for (int id = 1; const auto& [name, expected] : names)
+    draft_.eventLog.put(std::make_shared<TallixEvent>(name, false, Value(), kStart, id++), true);
+  draft_.fields.userID = continuations;
+  draft_.fields.pageViewCount = 9;
+  body_.sessions = {record()};
+  const TallixJson report = read(body_.build());
+  const json_t* session = jsonAt(report.get(), "body/sessions/0");
+
+  for (std::size_t at = 0; at < std::size(names); ++at)
+    EXPECT_EQ(jsonText(session, "events/" + std::to_string(at) + "/name"), names[at].second) << at;
+  EXPECT_EQ(jsonText(session, "userId"), repeated(replaced, 255));
+  EXPECT_EQ(jsonInteger(session, "pageViews"), 9);
 }
 
 TEST_F(ReportReaderTest, EveryFlippedBitFailsTheChecksum) {

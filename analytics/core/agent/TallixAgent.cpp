@@ -173,7 +173,11 @@ std::shared_ptr<TallixSessionReporter> TallixAgent::reporter(
     reporter_ = std::make_shared<TallixSessionReporter>(
         storage_, *environment_.clock, device,
         [network = uploads_->network()] { return network->networkStatus(); },
-        [device] { return device.screenWidth > device.screenHeight; }, uploads_->dataSender());
+        [app] {
+          const ScreenSize screen = app->screenSize();
+          return screen.width > screen.height;
+        },
+        uploads_->dataSender());
   }
   return reporter_;
 }

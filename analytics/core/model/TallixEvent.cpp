@@ -12,8 +12,14 @@ using foundation::Value;
 
 namespace {
 
-bool isReportable(const Value& value) {
-  return value.string() || value.isNumber();
+// What the report can carry of a parameter value. On the phone a boolean is a number, so it
+// is kept as one and written as 1 or 0.
+std::optional<Value> reportable(const Value& value) {
+  if (const auto flag = value.boolean())
+    return Value(*flag ? 1 : 0);
+  if (value.string() || value.isNumber())
+    return value;
+  return std::nullopt;
 }
 
 }  // namespace
@@ -62,8 +68,8 @@ void TallixEvent::updateParameters(const Value& update) {
   std::lock_guard lock(mutex_);
   Value::Dictionary merged = *parameters_.dictionary();
   for (const auto& [key, value] : *entries) {
-    if (isReportable(value))
-      merged.insert_or_assign(key, value);
+    if (auto kept = reportable(value))
+      merged.insert_or_assign(key, std::move(*kept));
   }
   if (merged.size() <= kMaxParametersPerEvent)
     parameters_ = std::move(merged);

@@ -40,8 +40,8 @@ class TallixEvent : public foundation::Archivable {
   std::int64_t duration() const;
   std::int64_t startOffsetFromSessionStart(foundation::Date sessionStart) const;
 
-  // Merges string and number values into the parameters, newest winning. A merge that would
-  // hold more than the per-event limit is dropped whole.
+  // Merges string, number and boolean (kept as 1 or 0) values into the parameters, newest
+  // winning. A merge that would hold more than the per-event limit is dropped whole.
   void updateParameters(const foundation::Value& update);
   void end(foundation::Date at);
   void endAutomatically(foundation::Date at);

@@ -4,15 +4,22 @@
 #include <limits>
 
 #include "analytics/core/report/TallixMalformedData.h"
+#include "analytics/core/report/TallixWireText.h"
 #include "foundation/StringFormat.h"
 
 namespace tallix {
 
 namespace {
 
-// UTF-8 continuation bytes are 10xxxxxx; every other byte starts a character.
-bool startsCharacter(char byte) {
-  return (static_cast<std::uint8_t>(byte) & 0xC0) != 0x80;
+// Most strings are short plain ASCII: they go out as they are, without a copy.
+bool isShortAscii(std::string_view value) {
+  return value.size() <= TallixProtocolData::kMaxStringCharacters &&
+         std::ranges::all_of(value,
+                             [](char byte) { return static_cast<std::uint8_t>(byte) < 0x80; });
+}
+
+TallixProtocolData::ByteSpan asBytes(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 void appendBytes(TallixProtocolData::ByteSpan value, TallixProtocolData::Bytes& data) {
@@ -36,9 +43,11 @@ Unsigned readBigEndian(const TallixProtocolData::Bytes& data, std::size_t index,
 }  // namespace
 
 void TallixProtocolData::appendString(std::string_view value, Bytes& data) {
-  const std::string_view limited = limitStringLength(value);
-  appendUshort(static_cast<int>(limited.size()), data);
-  appendBytes({reinterpret_cast<const std::uint8_t*>(limited.data()), limited.size()}, data);
+  if (isShortAscii(value)) {
+    appendShortData(asBytes(value), data);
+    return;
+  }
+  appendShortData(asBytes(limitStringLength(value)), data);
 }
 
 void TallixProtocolData::appendTinyData(ByteSpan value, Bytes& data) {
@@ -58,16 +67,8 @@ void TallixProtocolData::appendLargeData(ByteSpan value, Bytes& data) {
   appendBytes(value, data);
 }
 
-std::string_view TallixProtocolData::limitStringLength(std::string_view value) {
-  // A character takes at least one byte, so a string this short cannot be too long.
-  if (value.size() <= kMaxStringCharacters)
-    return value;
-  std::size_t characters = 0;
-  for (std::size_t at = 0; at < value.size(); ++at) {
-    if (startsCharacter(value[at]) && characters++ == kMaxStringCharacters)
-      return value.substr(0, at);
-  }
-  return value;
+std::string TallixProtocolData::limitStringLength(std::string_view value) {
+  return TallixWireText::limited(value, kMaxStringCharacters);
 }
 
 std::int16_t TallixProtocolData::getInt16FromData(const Bytes& data, std::size_t index) {

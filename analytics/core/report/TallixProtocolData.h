@@ -5,6 +5,7 @@
 #include <concepts>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "analytics/core/support/TallixTimeInterval.h"
@@ -49,13 +50,15 @@ class TallixProtocolData {
     appendLong(timeIntervalFrom(foundation::Date(), date), data);
   }
 
-  // A 16-bit byte count, then the UTF-8 bytes of the string cut to its first 255 characters.
+  // A 16-bit byte count, then the string as well-formed UTF-8 cut to its first 255 characters.
   static void appendString(std::string_view value, Bytes& data);
   static void appendTinyData(ByteSpan value, Bytes& data);
   static void appendShortData(ByteSpan value, Bytes& data);
   static void appendLargeData(ByteSpan value, Bytes& data);
 
-  static std::string_view limitStringLength(std::string_view value);
+  // Any bytes as well-formed UTF-8 (malformed sequences become U+FFFD) of at most 255
+  // characters.
+  static std::string limitStringLength(std::string_view value);
 
   // Big-endian reads of received data; a read past the end throws TallixMalformedData.
   static std::int16_t getInt16FromData(const Bytes& data, std::size_t index);

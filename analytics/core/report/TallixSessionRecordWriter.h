@@ -23,7 +23,7 @@ class TallixSessionRecordWriter {
   using Bytes = foundation::Value::Bytes;
   // The reachability code of the moment; none means not known (0).
   using NetworkStatusSource = std::function<int()>;
-  // Whether the screen is wider than high; none means portrait.
+  // Whether the screen is wider than high as each record is written; none means portrait.
   using LandscapeSource = std::function<bool()>;
 
   TallixSessionRecordWriter(TallixGlobalVariableStorage& storage, const TallixClock& clock,

@@ -40,7 +40,8 @@ class TallixApplication {
   virtual std::string bundleVersion() const = 0;
   // Where the application keeps its data; the agent keeps its files in a folder inside.
   virtual std::filesystem::path dataDirectory() const = 0;
-  // Asked once, on the thread that starts the session.
+  // Asked when the agent starts and again each time a session record is written, on the
+  // agent's queue: the screen may have turned since. Must be safe to call from any thread.
   virtual ScreenSize screenSize() const { return {}; }
 };
 

@@ -112,8 +112,10 @@ class TestApplication : public TallixApplication {
   std::string bundleIdentifier() const override { return "org.orvane.Test"; }
   std::string bundleVersion() const override { return "2.5"; }
   std::filesystem::path dataDirectory() const override { return dataDirectory_; }
+  ScreenSize screenSize() const override { return screen; }
 
   std::atomic<ApplicationState> state{ApplicationState::Active};
+  std::atomic<ScreenSize> screen{ScreenSize{1080, 1920}};
 
  private:
   std::filesystem::path dataDirectory_;

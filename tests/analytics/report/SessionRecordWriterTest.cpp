@@ -134,37 +134,26 @@ TEST_F(SessionRecordWriterTest, SessionRecordHoldsEveryFieldInOrder) {
                    0x00, 0x00, 0x00, 0x00, 0x00, 0x00}));                 // 41-43
 }
 
-TEST_F(SessionRecordWriterTest, ReportedSettingsAreKeptInTheSession) {
+TEST_F(SessionRecordWriterTest,
+       ReportedSettingsAreKeptInTheSessionAndEmptyGlobalPropertiesLeaveItsOwn) {
+  draft_.fields.sessionPropertyParams = Value::Dictionary{{"own", "yes"}};
+  draft_.fields.locale = "de_DE";
+  auto reported = session();
+  ASSERT_TRUE(writer_.data(*reported));
+  EXPECT_EQ(reported->fields().sessionPropertyParams, Value(Value::Dictionary{{"own", "yes"}}));
+
   storage_.update([](TallixSettings& settings) {
     settings.appApplicationState = 1;
     settings.deepLinkName = "orvane://talk";
     settings.sessionParameters = Value::Dictionary{{"plan", "pro"}};
   });
-  draft_.fields.locale = "de_DE";
-  auto reported = session();
   ASSERT_TRUE(writer_.data(*reported));
-
   const TallixSessionFields& fields = reported->fields();
   EXPECT_EQ(fields.appApplicationState, 1);
   EXPECT_EQ(fields.deepLinkName, "orvane://talk");
   EXPECT_EQ(fields.sessionPropertyParams, Value(Value::Dictionary{{"plan", "pro"}}));
   EXPECT_EQ(fields.sessionParams.at("device.locale"), "de_DE");
   EXPECT_TRUE(fields.sessionParams.contains("default.timezone"));
-}
-
-TEST_F(SessionRecordWriterTest, EmptyGlobalPropertiesLeaveTheSessionsOwn) {
-  draft_.fields.sessionPropertyParams = Value::Dictionary{{"own", "yes"}};
-  auto reported = session();
-  ASSERT_TRUE(writer_.data(*reported));
-  EXPECT_EQ(reported->fields().sessionPropertyParams, Value(Value::Dictionary{{"own", "yes"}}));
-}
-
-TEST_F(SessionRecordWriterTest, SessionWithoutEndHasLengthMinusOne) {
-  auto reported = session();
-  const auto data = writer_.data(*reported);
-  ASSERT_TRUE(data);
-  // After the version, an empty application version and the start.
-  EXPECT_EQ(Bytes(data->begin() + 12, data->begin() + 20), Bytes(8, 0xFF));
 }
 
 TEST_F(SessionRecordWriterTest, TrackedParametersAreChangedOnlyInTheirFirstReport) {
@@ -180,7 +169,7 @@ TEST_F(SessionRecordWriterTest, TrackedParametersAreChangedOnlyInTheirFirstRepor
     EXPECT_EQ(bytes, std::make_pair(1, 0)) << "at " << at;
 }
 
-TEST_F(SessionRecordWriterTest, WithoutSourcesNetworkIsUnknownAndScreenPortrait) {
+TEST_F(SessionRecordWriterTest, WithoutEndLengthIsMinusOneAndWithoutSourcesNetworkUnknownPortrait) {
   TallixSessionRecordWriter withSources(
       storage_, clock_, tracked_, [] { return 2; }, [] { return true; });
   auto first = session();
@@ -190,14 +179,18 @@ TEST_F(SessionRecordWriterTest, WithoutSourcesNetworkIsUnknownAndScreenPortrait)
   const auto plain = writer_.data(*first);
   const auto sourced = withSources.data(*second);
   ASSERT_TRUE(plain && sourced);
+  // After the version, an empty application version and the start.
+  EXPECT_EQ(Bytes(plain->begin() + 12, plain->begin() + 20), Bytes(8, 0xFF));
   const auto changed = differences(*plain, *sourced);
   ASSERT_EQ(changed.size(), 2u);
   EXPECT_EQ(changed.begin()->second, std::make_pair(0, 2));
   EXPECT_EQ(std::next(changed.begin())->second, std::make_pair(1, 2));
 }
 
-TEST_F(SessionRecordWriterTest, CrashIsReportedAsOneMoreErrorAfterTheLogged) {
-  addErrors({1, 2, 3});
+// The logged ids are reported as 16 bits (0x10002 as 2), and the crash follows the largest
+// of those, not of the ids as logged.
+TEST_F(SessionRecordWriterTest, CrashIsReportedAsOneMoreErrorAfterTheLargestReportedId) {
+  addErrors({1, 0x10002, 3});
   draft_.fields.crashReportData = Bytes{0xC0, 0xDE};
   auto reported = session();
   const auto data = writer_.data(*reported);
@@ -207,7 +200,7 @@ TEST_F(SessionRecordWriterTest, CrashIsReportedAsOneMoreErrorAfterTheLogged) {
       0x00, 0x04,                                                   // error count 3 + 1
       0x00, 0x01, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x03, 0xE8,   // id 1, time
       0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01, 0x00,               // strings, type, no report
-      0x00, 0x02, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x07, 0xD0,   //
+      0x00, 0x02, 0x00, 0x00, 0x00, 0x00, 0x03, 0xE8, 0x07, 0xD0,   //
       0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01, 0x00,               //
       0x00, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x0B, 0xB8,   //
       0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x01, 0x00,               //
@@ -216,17 +209,6 @@ TEST_F(SessionRecordWriterTest, CrashIsReportedAsOneMoreErrorAfterTheLogged) {
       0x00, 0x00, 0x00, 0x02, 0xC0, 0xDE,                           //
       0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00};  // reserved
   EXPECT_EQ(tail(*data, expected.size()), expected);
-}
-
-TEST_F(SessionRecordWriterTest, CrashIdFollowsTheLargestLoggedIdAs16Bits) {
-  addErrors({0xFFFE, 0x10001});  // 0x10001 is reported as 1
-  draft_.fields.crashReportData = Bytes{0x01};
-  auto reported = session();
-  const auto data = writer_.data(*reported);
-  ASSERT_TRUE(data);
-  const std::size_t crashRecordAndReserved = 23 + 10;
-  EXPECT_EQ(tail(*data, crashRecordAndReserved)[0], 0xFF);
-  EXPECT_EQ(tail(*data, crashRecordAndReserved)[1], 0xFF);
 }
 
 TEST_F(SessionRecordWriterTest, LogWithAnEmptySlotGivesNoRecordAndChangesNothing) {

@@ -29,19 +29,15 @@ TEST_F(TrackedPropertiesTest, LastReportedValuesLiveInThePersistentGlobals) {
   EXPECT_FALSE(afterRestart.updateIfTrackedAndChangedPropertyValue("1920", "scr.width"));
 }
 
-TEST_F(TrackedPropertiesTest, UntrackedKeysAreNeverChangedNorKept) {
-  EXPECT_FALSE(tracked_.updateIfTrackedAndChangedPropertyValue("12", "cpu.load.start"));
-  EXPECT_FALSE(tracked_.updateIfTrackedAndChangedPropertyValue("13", "cpu.load.start"));
-  EXPECT_TRUE(globals_.entries().empty());
-}
-
-TEST_F(TrackedPropertiesTest, DeviceDescriptionKeysAreTracked) {
+TEST_F(TrackedPropertiesTest, OnlyDeviceDescriptionKeysAreTrackedOthersNeverChangeNorAreKept) {
   for (const char* key : {"device.locale", "default.timezone", "device.model.1",
                           "device.os.version", "device.arch", "scr.width", "scr.height"}) {
     EXPECT_TRUE(TallixTrackedProperties::isTracked(key)) << key;
   }
-  EXPECT_FALSE(TallixTrackedProperties::isTracked("memory.total"));
   EXPECT_FALSE(TallixTrackedProperties::isTracked("tracked.scr.width"));
+  EXPECT_FALSE(tracked_.updateIfTrackedAndChangedPropertyValue("12", "cpu.load.start"));
+  EXPECT_FALSE(tracked_.updateIfTrackedAndChangedPropertyValue("13", "cpu.load.start"));
+  EXPECT_TRUE(globals_.entries().empty());
 }
 
 }  // namespace

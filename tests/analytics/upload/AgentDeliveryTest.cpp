@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <stdexcept>
 
 #include "Eventually.h"
@@ -127,6 +128,27 @@ TEST_F(AgentDeliveryTest, AnOptOutBeforeTheStartHoldsAcrossARestartAndNothingLea
   restarted.endSession();
   EXPECT_TRUE(restarted.waitUntilIdle(5s));
   EXPECT_EQ(json_array_size(collector.reports().get()), 0u);
+}
+
+TEST_F(AgentDeliveryTest, EachRecordTellsTheOrientationOfTheScreenWhenItWasWritten) {
+  agent.setSessionReportsOnPauseEnabled(false);
+  agent.startSession(kApiKey);
+  agent.logEvent("upright", {}, false);
+  center.post(kApplicationWillResignActiveNotification);
+  clock->advance(30);
+  center.post(kApplicationDidBecomeActiveNotification);  // the first is written and kept
+  ASSERT_TRUE(agent.waitUntilIdle(5s));
+  application->screen = ScreenSize{1920, 1080};
+  agent.logEvent("turned", {}, false);
+  agent.endSession();  // reports the kept first with the second
+
+  const TallixJson reports = reportsOnceThereAre(2);
+  std::map<std::string, json_int_t> orientations;
+  for (std::size_t index = 0; index < json_array_size(reports.get()); ++index) {
+    const json_t* session = jsonAt(reports.get(), std::to_string(index) + "/body/sessions/0");
+    orientations[jsonText(session, "events/0/name")] = jsonInteger(session, "orientation");
+  }
+  EXPECT_EQ(orientations, (std::map<std::string, json_int_t>{{"upright", 1}, {"turned", 2}}));
 }
 
 }  // namespace
