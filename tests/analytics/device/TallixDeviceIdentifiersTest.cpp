@@ -21,11 +21,6 @@ bool isUpperCaseUuid(const std::string& text) {
   return std::regex_match(text, uuid);
 }
 
-mode_t permissions(const std::filesystem::path& path) {
-  struct stat info {};
-  return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 0777 : 0;
-}
-
 std::optional<std::string> vendorId(const FakeSystem& system, const char* application) {
   return TallixDeviceIdentifiers(system.root(), application, system.root()).identifierForVendor();
 }
@@ -58,7 +53,9 @@ TEST(TallixDeviceIdentifiersTest, TallixIdIsKeptPrivatelyAndReplacedOnlyWhenDama
   const std::string kept = tallixIdIn(agent);
   EXPECT_TRUE(isUpperCaseUuid(kept)) << kept;
   EXPECT_EQ(tallixIdIn(agent), kept);
-  EXPECT_EQ(permissions(agent.root() / "tallix-device-id"), 0600u);
+  struct stat file {};
+  ASSERT_EQ(::stat((agent.root() / "tallix-device-id").c_str(), &file), 0);
+  EXPECT_EQ(file.st_mode & 0777, 0600u);
   EXPECT_NE(tallixIdIn(otherAgent), kept);
   EXPECT_FALSE(TallixDeviceIdentifiers(agent.root(), kApplication).macUID());
 

@@ -28,12 +28,6 @@ class TallixDataSenderIndexTest : public ::testing::Test {
       bodies.push_back(*index.dataOf(*block));
     return bodies;
   }
-  std::size_t blockFiles() {
-    std::size_t count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(directory.path()))
-      count += TallixDataSenderBlockInfo::looksLikeBlockFile(entry.path());
-    return count;
-  }
 
   foundation::TemporaryDirectory directory;
 };
@@ -56,7 +50,10 @@ TEST_F(TallixDataSenderIndexTest, KeepsTheFiftyNewestBlocksAcrossRunsUntilEachIs
   ASSERT_EQ(bodies.size(), 49u);
   EXPECT_EQ(bodies.front(), (Bytes{1, 0xAB}));
   EXPECT_EQ(bodies.back(), (Bytes{49, 0xAB}));
-  EXPECT_EQ(blockFiles(), 49u);
+  std::size_t blockFiles = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(directory.path()))
+    blockFiles += TallixDataSenderBlockInfo::looksLikeBlockFile(entry.path());
+  EXPECT_EQ(blockFiles, 49u);
 }
 
 TEST_F(TallixDataSenderIndexTest, NoStoredBlockIsLostToAnUpgradeAKillOrADamagedIndex) {
