@@ -20,7 +20,6 @@ using Bytes = std::vector<std::uint8_t>;
 
 // An rtnetlink route message as the kernel would send it.
 struct Route {
-  std::uint16_t type = RTM_NEWROUTE;
   std::uint8_t family = AF_INET;
   std::uint8_t dstLength = 0;
   std::uint8_t table = RT_TABLE_MAIN;
@@ -29,7 +28,7 @@ struct Route {
   std::uint32_t interface = 2;
   const char* gateway = "192.168.1.1";
 
-  Bytes message() const {
+  Bytes message(std::uint16_t type = RTM_NEWROUTE) const {
     Bytes bytes(NLMSG_LENGTH(sizeof(rtmsg)));
     auto* route = static_cast<rtmsg*>(NLMSG_DATA(reinterpret_cast<nlmsghdr*>(bytes.data())));
     route->rtm_family = family;
@@ -48,12 +47,6 @@ struct Route {
     return bytes;
   }
 
-  Route deleted() const {
-    Route copy = *this;
-    copy.type = RTM_DELROUTE;
-    return copy;
-  }
-
  private:
   static void addAttribute(Bytes& bytes, std::uint16_t type, const void* data, std::size_t size) {
     const std::size_t start = bytes.size();
@@ -65,89 +58,65 @@ struct Route {
   }
 };
 
-const Route kDefaultV4;
-const Route kDefaultV6{.family = AF_INET6, .gateway = "fe80::1"};
-
-TEST(TallixRouteTableTest, ADefaultRouteOfTheMainTableMakesTheNetworkReachable) {
-  for (const Route& route : {kDefaultV4, kDefaultV6}) {
-    TallixRouteTable table;
-    EXPECT_TRUE(table.apply(route.message()));
-    EXPECT_TRUE(table.hasDefaultRoute());
-    EXPECT_FALSE(table.apply(route.message()));
-    EXPECT_TRUE(table.apply(route.deleted().message()));
-    EXPECT_FALSE(table.hasDefaultRoute());
-  }
-}
-
-TEST(TallixRouteTableTest, OtherRoutesLeadNowhere) {
-  const Route others[] = {
-      {.dstLength = 24},
-      {.table = 100},
-      {.tableAttribute = 1000},
-      {.routeType = RTN_UNREACHABLE},
-      {.family = AF_INET6, .routeType = RTN_PROHIBIT, .gateway = "::"},
-  };
-  for (const Route& route : others) {
-    TallixRouteTable table;
-    EXPECT_FALSE(table.apply(route.message()));
-    EXPECT_FALSE(table.hasDefaultRoute());
-  }
-  // Tables past 255 carry their number in an attribute, which wins over the header.
-  TallixRouteTable table;
-  EXPECT_TRUE(
-      table.apply(Route{.table = RT_TABLE_COMPAT, .tableAttribute = RT_TABLE_MAIN}.message()));
-}
-
-TEST(TallixRouteTableTest, StaysReachableUntilTheLastDefaultRouteGoes) {
-  const Route secondV4{.interface = 3, .gateway = "10.0.0.1"};
-  Bytes dump = kDefaultV4.message();
-  for (const Route& route : {kDefaultV6, secondV4}) {
+TEST(TallixRouteTableTest, ReachableWhileAnyUnicastDefaultRouteOfTheMainTableLasts) {
+  const Route firstV4, secondV4{.interface = 3, .gateway = "10.0.0.1"};
+  const Route v6{.family = AF_INET6, .gateway = "fe80::1"};
+  Bytes dump = firstV4.message();
+  for (const Route& route : {secondV4, v6}) {
     const Bytes message = route.message();
     dump.insert(dump.end(), message.begin(), message.end());
   }
   TallixRouteTable table;
   EXPECT_TRUE(table.apply(dump));
-  EXPECT_FALSE(table.apply(kDefaultV4.deleted().message()));
-  EXPECT_FALSE(table.apply(Route{.gateway = "10.9.9.9"}.deleted().message()));
-  EXPECT_FALSE(table.apply(kDefaultV6.deleted().message()));
-  EXPECT_TRUE(table.apply(secondV4.deleted().message()));
-}
-
-TEST(TallixRouteTableTest, SkipsATruncatedMessage) {
-  Bytes cut = kDefaultV4.message();
-  cut.resize(NLMSG_LENGTH(sizeof(rtmsg)) - 1);
-  TallixRouteTable table;
-  EXPECT_FALSE(table.apply(cut));
+  EXPECT_TRUE(table.hasDefaultRoute());
+  // Each apply says whether reachability changed.
+  EXPECT_FALSE(table.apply(firstV4.message()));
+  EXPECT_FALSE(table.apply(Route{.gateway = "10.9.9.9"}.message(RTM_DELROUTE)));
+  EXPECT_FALSE(table.apply(firstV4.message(RTM_DELROUTE)));
+  EXPECT_FALSE(table.apply(secondV4.message(RTM_DELROUTE)));
+  EXPECT_TRUE(table.apply(v6.message(RTM_DELROUTE)));
   EXPECT_FALSE(table.hasDefaultRoute());
 }
 
-TEST(TallixNetworkUtilTest, PostsTheStatusOncePerChange) {
+TEST(TallixRouteTableTest, OtherRoutesAndTruncatedMessagesLeadNowhere) {
+  Bytes truncated = Route{}.message();
+  truncated.resize(NLMSG_LENGTH(sizeof(rtmsg)) - 1);
+  const Bytes others[] = {
+      Route{.dstLength = 24}.message(),
+      Route{.table = 100}.message(),
+      Route{.tableAttribute = 1000}.message(),
+      Route{.routeType = RTN_UNREACHABLE}.message(),
+      Route{.family = AF_INET6, .routeType = RTN_PROHIBIT, .gateway = "::"}.message(),
+      truncated,
+  };
+  for (const Bytes& message : others)
+    EXPECT_FALSE(TallixRouteTable().apply(message));
+  // Tables past 255 carry their number in an attribute, which wins over the header.
+  EXPECT_TRUE(TallixRouteTable().apply(
+      Route{.table = RT_TABLE_COMPAT, .tableAttribute = RT_TABLE_MAIN}.message()));
+}
+
+class TallixNetworkUtilTest : public ::testing::Test {
+ protected:
   foundation::NotificationCenter center;
-  TallixNetworkUtil network(center, "data.example.org");
+  TallixNetworkUtil network{center, "data.example.org"};
+};
+
+TEST_F(TallixNetworkUtilTest, PostsTheStatusOncePerChange) {
   std::vector<foundation::Value> posted;
   center.addObserver("TallixNetworkStatusChangedNotification", &posted,
                      [&](const foundation::Notification& note) {
                        posted.push_back(*note.userInfo.find("networkStatus"));
                      });
-  TallixRouteTable table;
-  const auto follow = [&](const Route& route) {
-    table.apply(route.message());
-    network.reachabilityChanged(table.hasDefaultRoute());
-  };
   EXPECT_EQ(network.networkStatus(), TallixNetworkUtil::kNotReachable);
-  follow(kDefaultV4);
-  follow(kDefaultV6);
+  for (const bool reachable : {false, true, true})
+    network.reachabilityChanged(reachable);
   EXPECT_EQ(network.networkStatus(), TallixNetworkUtil::kReachable);
-  follow(kDefaultV4.deleted());
-  follow(kDefaultV6.deleted());
-  follow(Route{.dstLength = 8});
-  EXPECT_EQ(network.networkStatus(), TallixNetworkUtil::kNotReachable);
+  network.reachabilityChanged(false);
   EXPECT_EQ(posted, (std::vector<foundation::Value>{1, 0}));
 }
 
-TEST(TallixNetworkUtilTest, BuildsTheServerURLForTheTransport) {
-  foundation::NotificationCenter center;
-  TallixNetworkUtil network(center, "data.example.org");
+TEST_F(TallixNetworkUtilTest, BuildsTheServerURLForTheTransport) {
   EXPECT_EQ(network.serverURL(), "https://data.example.org/aas.do");
   network.setSecureTransportEnabled(false);
   EXPECT_TRUE(network.setServerURL("127.0.0.1:8080"));
@@ -161,25 +130,19 @@ TEST(TallixNetworkUtilTest, BuildsTheServerURLForTheTransport) {
   EXPECT_EQ(network.serverURL(), "http://[::1]:9000/aas.do");
 }
 
-TEST(TallixReachabilityTest, ReportsTheKernelsStatusAndStops) {
-  std::atomic<int> reports = 0;
-  TallixReachability reachability([&](bool) { ++reports; });
+TEST_F(TallixNetworkUtilTest, TakesItsStatusFromTheKernelsRoutesThroughAMonitorThatStops) {
+  std::atomic<int> reports = 0, kernelSays = -1;
+  TallixReachability reachability([&](bool reachable) {
+    kernelSays = reachable;
+    ++reports;
+  });
   ASSERT_TRUE(reachability.start());
-  EXPECT_TRUE(foundation::eventually([&] { return reports > 0; }));
+  ASSERT_TRUE(foundation::eventually([&] { return reports > 0; }));
   reachability.stop();
   const int seen = reports;
   reachability.stop();
   EXPECT_EQ(reports, seen);
-}
 
-TEST(TallixNetworkUtilTest, TakesItsStatusFromTheKernelsRoutes) {
-  std::atomic<int> kernelSays = -1;
-  TallixReachability reachability([&](bool reachable) { kernelSays = reachable; });
-  ASSERT_TRUE(reachability.start());
-  ASSERT_TRUE(foundation::eventually([&] { return kernelSays >= 0; }));
-
-  foundation::NotificationCenter center;
-  TallixNetworkUtil network(center, "data.example.org");
   network.initNetworkReachability();
   EXPECT_TRUE(foundation::eventually([&] { return network.networkStatus() == kernelSays; }));
 }

@@ -19,30 +19,26 @@ Bytes cookieChunk(int count, const Bytes& entries) {
 
 const Bytes kTwoEntries = {0, 1, 's', 0, 2, '4', '2', 0, 2, 'i', 'd', 0, 0};
 
-TEST(TallixResponseParserTest, ReadsEveryCookieOfACompleteChunk) {
-  EXPECT_EQ(TallixResponseParser::readCookies(cookieChunk(2, kTwoEntries)),
-            (Cookies{{"s", "42"}, {"id", ""}}));
-  EXPECT_TRUE(TallixResponseParser::readCookies({}).empty());
-  EXPECT_TRUE(TallixResponseParser::readCookies({0x02, 0x00, 0, 0, 0, 0}).empty());
-}
+TEST(TallixResponseParserTest, KeepsTheCookiesReadInFullAndNothingOfAMalformedAnswer) {
+  const Cookies both = {{"s", "42"}, {"id", ""}};
+  const std::pair<Bytes, Cookies> cases[] = {
+      {cookieChunk(2, kTwoEntries), both},
+      {{}, {}},
+      {{0x02, 0x00, 0, 0, 0, 0}, {}},
+      {cookieChunk(2, Bytes(kTwoEntries.begin(), kTwoEntries.end() - 1)), {{"s", "42"}}},
+      {cookieChunk(3, kTwoEntries), both},
+      {cookieChunk(1, {0, 200, 'k'}), {}},  // a length past the end
+  };
+  for (const auto& [body, cookies] : cases)
+    EXPECT_EQ(TallixResponseParser::readCookies(body), cookies);
 
-TEST(TallixResponseParserTest, KeepsOnlyWhatWasReadInFullFromAShortChunk) {
-  const Bytes cutInValue(kTwoEntries.begin(), kTwoEntries.end() - 1);
-  EXPECT_EQ(TallixResponseParser::readCookies(cookieChunk(2, cutInValue)), (Cookies{{"s", "42"}}));
-  EXPECT_EQ(TallixResponseParser::readCookies(cookieChunk(3, kTwoEntries)).size(), 2u);
-  const Bytes lengthPastTheEnd = {0, 200, 'k'};
-  EXPECT_TRUE(TallixResponseParser::readCookies(cookieChunk(1, lengthPastTheEnd)).empty());
-}
-
-TEST(TallixResponseParserTest, AMalformedAnswerChangesNothingAndThrowsNothing) {
-  TallixPersistentMap cookies("persistentCookiesMap");
-  cookies.setValue("s", "1");
-  TallixResponseParser::parseResponse({0x01}, cookies);
-  TallixResponseParser::parseResponse({0x01, 0x1E, 0, 0}, cookies);
-  EXPECT_EQ(cookies.entries().size(), 1u);
-  TallixResponseParser::parseResponse(cookieChunk(2, kTwoEntries), cookies);
-  EXPECT_EQ(*cookies.valueForKey("s"), foundation::Value("42"));
-  EXPECT_EQ(*cookies.valueForKey("id"), foundation::Value(""));
+  TallixPersistentMap stored("persistentCookiesMap");
+  stored.setValue("s", "1");
+  EXPECT_FALSE(TallixResponseParser::parseResponse({0x01}, stored));
+  EXPECT_FALSE(TallixResponseParser::parseResponse({0x01, 0x1E, 0, 0}, stored));
+  EXPECT_EQ(stored.entries().size(), 1u);
+  EXPECT_TRUE(TallixResponseParser::parseResponse(cookieChunk(2, kTwoEntries), stored));
+  EXPECT_EQ(stored.entries(), (foundation::Value::Dictionary{{"s", "42"}, {"id", ""}}));
 }
 
 }  // namespace
