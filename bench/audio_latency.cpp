@@ -16,7 +16,7 @@
 
 #include "audio/AudioUnitTimePitch.h"
 #include "audio/OrvaneEngine.h"
-#include "foundation/TemporaryDirectory.h"
+#include "tests/foundation/TemporaryDirectory.h"
 
 namespace {
 

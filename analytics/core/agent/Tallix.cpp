@@ -11,6 +11,36 @@ using foundation::Value;
 
 namespace {
 
+// The agent keeps foundation values; the facade's own type is turned into one here and
+// nowhere else, so an application never meets the agent's internal types.
+Value toValue(const TallixValue& value) {
+  switch (value.type()) {
+    case TallixValue::Type::Null:
+      break;
+    case TallixValue::Type::Bool:
+      return *value.boolean();
+    case TallixValue::Type::Integer:
+      return *value.integer();
+    case TallixValue::Type::Double:
+      return *value.number();
+    case TallixValue::Type::String:
+      return *value.string();
+    case TallixValue::Type::Array: {
+      Value::Array items;
+      for (const TallixValue& item : *value.array())
+        items.push_back(toValue(item));
+      return items;
+    }
+    case TallixValue::Type::Dictionary: {
+      Value::Dictionary entries;
+      for (const auto& [key, entry] : *value.dictionary())
+        entries.emplace(key, toValue(entry));
+      return entries;
+    }
+  }
+  return Value();
+}
+
 // Runs a facade call on the shared agent: refused while the user has opted out, and nothing
 // thrown inside gets out.
 template <typename Result, typename Work>
@@ -53,8 +83,8 @@ void Tallix::startSession(const std::string& apiKey) {
   unrefused([&](TallixAgent& agent) { agent.startSession(apiKey); });
 }
 
-void Tallix::startSession(const std::string& apiKey, const Value& launchOptions) {
-  unrefused([&](TallixAgent& agent) { agent.startSession(apiKey, launchOptions); });
+void Tallix::startSession(const std::string& apiKey, const TallixValue& launchOptions) {
+  unrefused([&](TallixAgent& agent) { agent.startSession(apiKey, toValue(launchOptions)); });
 }
 
 void Tallix::setAppVersion(const std::string& version) {
@@ -91,37 +121,43 @@ void Tallix::setShowErrorInLogEnabled(bool enabled) {
        [&](TallixAgent& agent) { agent.setShowErrorInLogEnabled(enabled); });
 }
 
-EventRecordResult Tallix::logEvent(const Value& eventName, const Value& parameters, bool timed) {
+EventRecordResult Tallix::logEvent(const TallixValue& eventName, const TallixValue& parameters,
+                                   bool timed) {
   return call("+[Tallix logEvent:withParameters:timed:]", EventRecordResult::Invalid,
-              [&](TallixAgent& agent) { return agent.logEvent(eventName, parameters, timed); });
+              [&](TallixAgent& agent) {
+                return agent.logEvent(toValue(eventName), toValue(parameters), timed);
+              });
 }
 
-EventRecordResult Tallix::logEvent(const Value& eventName, bool timed) {
-  return call("+[Tallix logEvent:timed:]", EventRecordResult::Invalid,
-              [&](TallixAgent& agent) { return agent.logEvent(eventName, Value(), timed); });
+EventRecordResult Tallix::logEvent(const TallixValue& eventName, bool timed) {
+  return call("+[Tallix logEvent:timed:]", EventRecordResult::Invalid, [&](TallixAgent& agent) {
+    return agent.logEvent(toValue(eventName), Value(), timed);
+  });
 }
 
-void Tallix::endTimedEvent(const Value& eventName, const Value& parameters) {
+void Tallix::endTimedEvent(const TallixValue& eventName, const TallixValue& parameters) {
   call("+[Tallix endTimedEvent:withParameters:]",
-       [&](TallixAgent& agent) { agent.endTimedEvent(eventName, parameters); });
+       [&](TallixAgent& agent) { agent.endTimedEvent(toValue(eventName), toValue(parameters)); });
 }
 
-void Tallix::logError(const Value& errorId, const Value& message, std::exception_ptr exception) {
+void Tallix::logError(const TallixValue& errorId, const TallixValue& message,
+                      std::exception_ptr exception) {
   call("+[Tallix logError:message:exception:]",
-       [&](TallixAgent& agent) { agent.logError(errorId, message, exception); });
+       [&](TallixAgent& agent) { agent.logError(toValue(errorId), toValue(message), exception); });
 }
 
-void Tallix::logError(const Value& errorId, const Value& message, const std::error_code& error) {
+void Tallix::logError(const TallixValue& errorId, const TallixValue& message,
+                      const std::error_code& error) {
   call("+[Tallix logError:message:error:]",
-       [&](TallixAgent& agent) { agent.logError(errorId, message, error); });
+       [&](TallixAgent& agent) { agent.logError(toValue(errorId), toValue(message), error); });
 }
 
 void Tallix::setUserID(const std::string& userID) {
   call("+[Tallix setUserID:]", [&](TallixAgent& agent) { agent.setUserID(userID); });
 }
 
-void Tallix::setGender(const Value& gender) {
-  call("+[Tallix setGender:]", [&](TallixAgent& agent) { agent.setGender(gender); });
+void Tallix::setGender(const TallixValue& gender) {
+  call("+[Tallix setGender:]", [&](TallixAgent& agent) { agent.setGender(toValue(gender)); });
 }
 
 void Tallix::setAge(int age) {
@@ -161,19 +197,21 @@ void Tallix::setBackgroundSessionEnabled(bool enabled) {
        [&](TallixAgent& agent) { agent.setBackgroundSessionEnabled(enabled); });
 }
 
-void Tallix::addSessionOrigin(const Value& name, const Value& deepLink) {
+void Tallix::addSessionOrigin(const TallixValue& name, const TallixValue& deepLink) {
   call("+[Tallix addSessionOrigin:withDeepLink:]",
-       [&](TallixAgent& agent) { agent.addSessionOrigin(name, deepLink); });
+       [&](TallixAgent& agent) { agent.addSessionOrigin(toValue(name), toValue(deepLink)); });
 }
 
-void Tallix::addOrigin(const Value& name, const Value& version, const Value& parameters) {
-  call("+[Tallix addOrigin:withVersion:withParameters:]",
-       [&](TallixAgent& agent) { agent.addOrigin(name, version, parameters); });
+void Tallix::addOrigin(const TallixValue& name, const TallixValue& version,
+                       const TallixValue& parameters) {
+  call("+[Tallix addOrigin:withVersion:withParameters:]", [&](TallixAgent& agent) {
+    agent.addOrigin(toValue(name), toValue(version), toValue(parameters));
+  });
 }
 
-void Tallix::sessionProperties(const Value& properties) {
+void Tallix::sessionProperties(const TallixValue& properties) {
   call("+[Tallix sessionProperties:]",
-       [&](TallixAgent& agent) { agent.sessionProperties(properties); });
+       [&](TallixAgent& agent) { agent.sessionProperties(toValue(properties)); });
 }
 
 bool Tallix::activeSessionExists() {

@@ -5,10 +5,10 @@
 #include <string>
 #include <system_error>
 
-#include "foundation/Value.h"
 #include "tallix/EventRecordResult.h"
 #include "tallix/TallixApplication.h"
 #include "tallix/TallixDelegate.h"
+#include "tallix/TallixValue.h"
 
 namespace tallix {
 
@@ -25,7 +25,7 @@ class Tallix {
   static void setApplication(std::shared_ptr<TallixApplication> application);
   // Starts the agent with the project's key; only the first call of a process counts.
   static void startSession(const std::string& apiKey);
-  static void startSession(const std::string& apiKey, const foundation::Value& launchOptions);
+  static void startSession(const std::string& apiKey, const TallixValue& launchOptions);
 
   static void setAppVersion(const std::string& version);
   static void setSessionContinueSeconds(int seconds);
@@ -35,19 +35,18 @@ class Tallix {
   static void setDebugLogEnabled(bool enabled);
   static void setShowErrorInLogEnabled(bool enabled);
 
-  static EventRecordResult logEvent(const foundation::Value& eventName,
-                                    const foundation::Value& parameters = {}, bool timed = false);
-  static EventRecordResult logEvent(const foundation::Value& eventName, bool timed);
-  static void endTimedEvent(const foundation::Value& eventName,
-                            const foundation::Value& parameters = {});
+  static EventRecordResult logEvent(const TallixValue& eventName,
+                                    const TallixValue& parameters = {}, bool timed = false);
+  static EventRecordResult logEvent(const TallixValue& eventName, bool timed);
+  static void endTimedEvent(const TallixValue& eventName, const TallixValue& parameters = {});
   // The exception may be null; from a catch block, pass std::current_exception().
-  static void logError(const foundation::Value& errorId, const foundation::Value& message,
+  static void logError(const TallixValue& errorId, const TallixValue& message,
                        std::exception_ptr exception);
-  static void logError(const foundation::Value& errorId, const foundation::Value& message,
+  static void logError(const TallixValue& errorId, const TallixValue& message,
                        const std::error_code& error);
 
   static void setUserID(const std::string& userID);
-  static void setGender(const foundation::Value& gender);
+  static void setGender(const TallixValue& gender);
   static void setAge(int age);
   static void setLatitude(double latitude, double longitude, double horizontalAccuracy,
                           double verticalAccuracy);
@@ -58,11 +57,10 @@ class Tallix {
   static void setCrashReportingEnabled(bool enabled);
   static void setBackgroundSessionEnabled(bool enabled);
 
-  static void addSessionOrigin(const foundation::Value& name,
-                               const foundation::Value& deepLink = {});
-  static void addOrigin(const foundation::Value& name, const foundation::Value& version,
-                        const foundation::Value& parameters = {});
-  static void sessionProperties(const foundation::Value& properties);
+  static void addSessionOrigin(const TallixValue& name, const TallixValue& deepLink = {});
+  static void addOrigin(const TallixValue& name, const TallixValue& version,
+                        const TallixValue& parameters = {});
+  static void sessionProperties(const TallixValue& properties);
 
   static bool activeSessionExists();
   static std::string getSessionID();

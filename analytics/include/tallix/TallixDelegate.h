@@ -1,6 +1,6 @@
 #pragma once
 
-#include "foundation/Value.h"
+#include "tallix/TallixValue.h"
 
 namespace tallix {
 
@@ -8,7 +8,7 @@ namespace tallix {
 class TallixDelegate {
  public:
   virtual ~TallixDelegate() = default;
-  virtual void tallixSessionDidCreateWithInfo(const foundation::Value::Dictionary& info) = 0;
+  virtual void tallixSessionDidCreateWithInfo(const TallixValue::Dictionary& info) = 0;
 };
 
 }  // namespace tallix

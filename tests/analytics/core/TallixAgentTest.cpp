@@ -17,7 +17,7 @@ constexpr const char* kApiKey = "QF7T NW2X";
 
 class RecordingDelegate : public TallixDelegate {
  public:
-  void tallixSessionDidCreateWithInfo(const Value::Dictionary& info) override {
+  void tallixSessionDidCreateWithInfo(const TallixValue::Dictionary& info) override {
     sessionIds.push_back(*info.at("sessionId").string());
   }
   std::vector<std::string> sessionIds;

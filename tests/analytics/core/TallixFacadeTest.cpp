@@ -44,6 +44,23 @@ TEST(TallixFacadeTest, OnlyRefusalsPrintBelowTheDebugLevel) {
             "Tallix: setAppVersion[3.1]\n");
 }
 
+// The facade's own values reach the agent with their kinds and entries intact.
+TEST(TallixFacadeTest, ValuesKeepTheirKindsOnTheWayIn) {
+  TallixValue::Dictionary eleven;
+  for (int i = 0; i < 11; ++i)
+    eleven.emplace(std::to_string(i), i);
+  const std::string output = printed([&] {
+    EXPECT_EQ(Tallix::logEvent(3), EventRecordResult::Invalid);
+    EXPECT_EQ(Tallix::logEvent("Talk", TallixValue::Array{"monster"}), EventRecordResult::Invalid);
+    EXPECT_EQ(Tallix::logEvent("Talk", eleven), EventRecordResult::TooManyParameters);
+    EXPECT_EQ(Tallix::logEvent("Talk", {{"effect", "monster"}, {"pitch", -600.5}}),
+              EventRecordResult::Deferred);
+  });
+  EXPECT_EQ(output,
+            "Tallix: Event not logged -- eventName must be of NSString type.\n"
+            "Tallix: Event not logged -- parameters may not contain more than 10 elements.\n");
+}
+
 TEST(TallixFacadeTest, CaughtExceptionsAndErrorsAreDescribedNotRethrown) {
   const std::string exception = printed(
       [] { TallixExceptionHandler::guarded([] { throw std::invalid_argument("bad key"); }); },
