@@ -25,8 +25,9 @@ std::uint64_t TallixEventLogGauge::expectNewSession(
     const std::vector<std::string>& preCachedNames) {
   std::lock_guard lock(mutex_);
   ++ticket_;
-  // The previous session's pending events are the most it can hand over.
-  pending_ += preCachedNames.size();
+  // The most the previous session can hand over: its pending events, and those still queued
+  // for it, which may arrive while it is paused.
+  pending_ += reserved_ + preCachedNames.size();
   logged_ = 0;
   reserved_ = 0;
   names_.clear();

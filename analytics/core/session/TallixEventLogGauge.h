@@ -24,8 +24,9 @@ namespace tallix {
 // count by the intake); one whose new name the session must refuse is dropped. A slot is
 // released in the same locked step as the put that takes it publishes, so no caller sees it
 // twice or not at all. Each session has a ticket: when the next one is set up the gauge starts
-// afresh with what is carried into it, and what older sessions publish no longer counts.
-// Names of events a paused session still holds are not foreseen; they count once merged.
+// afresh with the most that can be carried into it, until the new session publishes, and what
+// older sessions publish no longer counts. Names of events carried over from a paused session
+// are not foreseen; they count once the next session has them.
 class TallixEventLogGauge {
  public:
   enum class Fate { Logged, Counted, Refused };
