@@ -60,14 +60,20 @@ class TallixAgentTest : public ::testing::Test {
   TallixAgent agent{testEnvironment(clock, center, directory.path())};
 };
 
-TEST_F(TallixAgentTest, StartsOnceKeepsWhatWasLoggedBeforeAndRefusesALateAppVersion) {
+TEST_F(TallixAgentTest, StartsOnceWhenLaunchedKeepsWhatWasLoggedBeforeAndRefusesALateAppVersion) {
   testing::internal::CaptureStdout();
   TallixLog::setLogLevel(TallixLog::kDebugLevel);
   // The pre-cache keeps what one session can log.
   for (int i = 0; i <= 1000; ++i)
     EXPECT_EQ(agent.logEvent(i < 1000 ? "early" : "dropped", {}, false),
               EventRecordResult::Deferred);
+  // Launched inactive, the session starts when launching finishes.
+  application->state = ApplicationState::Inactive;
   agent.startSession(kApiKey);
+  EXPECT_TRUE(agent.waitUntilIdle(5s));
+  EXPECT_FALSE(agent.activeSessionExists());
+  center.post(kApplicationDidFinishLaunchingNotification, nullptr,
+              Value(Value::Dictionary{{"url", "orvane://"}}));
   EXPECT_TRUE(agent.waitUntilIdle(5s));
   const std::string first = agent.getSessionID();
   EXPECT_EQ(first, std::to_string(static_cast<long long>(kTestEpoch) * 1000));
@@ -153,17 +159,6 @@ TEST_F(TallixAgentTest, LoggingNeverWaitsAndForecastsWhatTheQueuedEventsWillTake
   EXPECT_EQ(log.counts().at("name97"), 1);
   EXPECT_EQ(log.counts().size(), 100u);
   EXPECT_FALSE(log.complete());
-}
-
-TEST_F(TallixAgentTest, ApplicationLaunchedInactiveStartsItsSessionWhenLaunchingFinishes) {
-  application->state = ApplicationState::Inactive;
-  agent.startSession(kApiKey);
-  ASSERT_TRUE(agent.waitUntilIdle(5s));
-  EXPECT_FALSE(agent.activeSessionExists());
-  center.post(kApplicationDidFinishLaunchingNotification, nullptr,
-              Value(Value::Dictionary{{"url", "orvane://"}}));
-  ASSERT_TRUE(agent.waitUntilIdle(5s));
-  EXPECT_TRUE(agent.activeSessionExists());
 }
 
 TEST_F(TallixAgentTest, RefusesArgumentsOfTheWrongKindWithTheirReasons) {
