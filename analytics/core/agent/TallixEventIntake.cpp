@@ -5,41 +5,70 @@
 
 namespace tallix {
 
-TallixEventIntake::TallixEventIntake(foundation::DispatchQueue& queue, Recorder record)
-    : queue_(queue), record_(std::move(record)) {}
+using Fate = TallixEventLogGauge::Fate;
 
-void TallixEventIntake::push(TallixPreCacheEvent event) {
-  std::unique_lock lock(mutex_);
-  // An observer on the queue itself logging would wait for itself.
-  if (!queue_.isCurrent())
-    drained_.wait(lock, [this] { return backlog_ < kBacklogLimit; });
+TallixEventIntake::TallixEventIntake(foundation::DispatchQueue& queue, TallixEventLogGauge& gauge,
+                                     Recorder recorder)
+    : queue_(queue), gauge_(gauge), recorder_(std::move(recorder)) {}
+
+EventRecordResult TallixEventIntake::push(TallixPreCacheEvent event) {
+  const std::string& name = *event.eventName.string();
+  std::lock_guard lock(mutex_);
+  const auto forecast = gauge_.forecast(name);
+  Batch& batch = openBatch();
+  switch (forecast.fate) {
+    case Fate::Logged:
+      batch.events.emplace_back(std::move(event), forecast);
+      break;
+    case Fate::Counted:
+      ++batch.counted[name];
+      break;
+    case Fate::Refused:
+      batch.refused = true;
+      break;
+  }
+  return forecast.result;
+}
+
+void TallixEventIntake::queueAfterLogged(Work work) {
+  std::lock_guard lock(mutex_);
+  open_.reset();
+  queue_.async(std::move(work));
+}
+
+void TallixEventIntake::queueNewSession(const std::vector<std::string>& preCachedNames,
+                                        std::function<void(std::uint64_t ticket)> setup) {
+  std::lock_guard lock(mutex_);
+  open_.reset();
+  const std::uint64_t ticket = gauge_.expectNewSession(preCachedNames);
+  queue_.async([ticket, setup = std::move(setup)] { setup(ticket); });
+}
+
+TallixEventIntake::Batch& TallixEventIntake::openBatch() {
   if (!open_) {
     open_ = std::make_shared<Batch>();
     queue_.async([this, batch = open_] { drain(batch); });
   }
-  open_->events.push_back(std::move(event));
-  ++backlog_;
-}
-
-void TallixEventIntake::seal() {
-  std::lock_guard lock(mutex_);
-  open_.reset();
+  return *open_;
 }
 
 void TallixEventIntake::drain(const std::shared_ptr<Batch>& batch) {
-  std::vector<TallixPreCacheEvent> events;
+  Batch taken;
   {
     std::lock_guard lock(mutex_);
-    events.swap(batch->events);
+    std::swap(taken, *batch);
     if (open_ == batch)
       open_.reset();
   }
-  TallixExceptionHandler::guarded([&] { record_(events); });
-  {
-    std::lock_guard lock(mutex_);
-    backlog_ -= events.size();
+  for (const auto& [event, forecast] : taken.events) {
+    gauge_.beginPut(forecast);
+    TallixExceptionHandler::guarded([&] { recorder_.record(event); });
+    gauge_.endPut();
   }
-  drained_.notify_all();
+  for (const auto& [name, times] : taken.counted)
+    TallixExceptionHandler::guarded([&] { recorder_.count(name, times); });
+  if (taken.refused)
+    TallixExceptionHandler::guarded([&] { recorder_.markIncomplete(); });
 }
 
 }  // namespace tallix

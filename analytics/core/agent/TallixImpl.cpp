@@ -12,6 +12,7 @@
 #include "analytics/core/session/TallixSessionFactory.h"
 #include "analytics/core/support/TallixClock.h"
 #include "analytics/core/support/TallixExceptionHandler.h"
+#include "analytics/core/support/TallixLog.h"
 
 namespace tallix {
 
@@ -72,8 +73,11 @@ Date TallixImpl::setupForApiKey(const std::string& apiKey,
   // Events logged until the flag below flips are in the pre-cache, which the setup takes; later
   // ones are queued behind the setup.
   std::lock_guard lock(preCacheMutex_);
-  intake_.seal();
-  queue_.async([=, this, reporter = std::move(reporter)]() mutable {
+  std::vector<std::string> preCachedNames;
+  for (const auto& event : logEventPreCache_)
+    preCachedNames.push_back(*event.eventName.string());
+  intake_.queueNewSession(preCachedNames, [=, this, reporter = std::move(reporter)](
+                                              std::uint64_t ticket) mutable {
     TallixExceptionHandler::guarded([&] {
       auto& factory = *keyedParts(apiKey, agentDirectory, std::move(reporter)).factory;
       counters_.resetAll();
@@ -84,7 +88,7 @@ Date TallixImpl::setupForApiKey(const std::string& apiKey,
       } else {
         next = factory.sessionWithApiKey(apiKey, startTime, takePreCache());
       }
-      installSession(std::move(next));
+      installSession(std::move(next), ticket);
     });
   });
   hasSession_.store(true, std::memory_order_release);
@@ -96,22 +100,30 @@ std::vector<TallixPreCacheEvent> TallixImpl::takePreCache() {
   return std::exchange(logEventPreCache_, {});
 }
 
-void TallixImpl::installSession(std::shared_ptr<TallixSession> session) {
+void TallixImpl::installSession(std::shared_ptr<TallixSession> session, std::uint64_t ticket) {
   if (session_)
-    session_->publishEventLogTo(nullptr);
+    session_->publishEventLogTo(nullptr, 0);
   session_ = std::move(session);
-  session_->publishEventLogTo(&gauge_);
+  session_->publishEventLogTo(&gauge_, ticket);
   std::lock_guard lock(sessionIdMutex_);
   sessionId_ = TallixSession::sessionIdFor(session_->fields().startTime);
 }
 
-void TallixImpl::recordLoggedEvents(std::vector<TallixPreCacheEvent>& events) {
-  if (!session_)
-    return;
-  for (const auto& event : events) {
-    TallixExceptionHandler::guarded(
-        [&] { session_->recordEvent(event.eventName, event.params, event.timed); });
-  }
+TallixEventIntake::Recorder TallixImpl::sessionRecorder() {
+  return {
+      [this](const TallixPreCacheEvent& event) {
+        if (session_)
+          session_->recordEvent(event.eventName, event.params, event.timed);
+      },
+      [this](const std::string& name, std::int64_t times) {
+        if (session_)
+          session_->countEvents(name, times);
+      },
+      [this] {
+        if (session_)
+          session_->markEventLogIncomplete();
+      },
+  };
 }
 
 std::string TallixImpl::sessionId() const {
@@ -121,25 +133,35 @@ std::string TallixImpl::sessionId() const {
 
 EventRecordResult TallixImpl::recordEvent(const Value& eventName, const Value& parameters,
                                           bool timed) {
+  const std::string* name = eventName.string();
+  if (!name || name->empty())
+    return EventRecordResult::Invalid;
+  if (parameters.dictionary() && parameters.dictionary()->size() > kMaxParametersPerEvent)
+    return EventRecordResult::TooManyParameters;
   if (!hasSession()) {
     std::unique_lock lock(preCacheMutex_);
     if (!hasSession()) {
-      logEventPreCache_.push_back(TallixPreCacheEvent{eventName, parameters, timed});
+      preCache(TallixPreCacheEvent{eventName, parameters, timed});
       return EventRecordResult::Deferred;
     }
   }
-  EventRecordResult predicted = EventRecordResult::Recorded;
-  if (gauge_.distinctNames.load(std::memory_order_relaxed) >= kMaxDistinctEventNames)
-    predicted = EventRecordResult::NameLimitReached;
-  else if (gauge_.loggedEvents.load(std::memory_order_relaxed) >= kMaxLoggedEvents)
-    predicted = EventRecordResult::LogFullOrDisabled;
-  intake_.push(TallixPreCacheEvent{eventName, parameters, timed});
-  return predicted;
+  return intake_.push(TallixPreCacheEvent{eventName, parameters, timed});
+}
+
+// One session logs at most kMaxLoggedEvents events; the pre-cache keeps as many, so the first
+// session logs all it could have, and an application that logs long before it starts the agent
+// does not grow it without end.
+void TallixImpl::preCache(TallixPreCacheEvent event) {
+  if (logEventPreCache_.size() >= kMaxLoggedEvents) {
+    TallixLog::debug("Tallix: pre-cache full, event [%s] dropped",
+                     event.eventName.string()->c_str());
+    return;
+  }
+  logEventPreCache_.push_back(std::move(event));
 }
 
 void TallixImpl::async(SessionWork work) {
-  intake_.seal();
-  queue_.async([this, work = std::move(work)] {
+  intake_.queueAfterLogged([this, work = std::move(work)] {
     if (session_)
       TallixExceptionHandler::guarded([&] { work(*session_); });
   });
@@ -148,8 +170,7 @@ void TallixImpl::async(SessionWork work) {
 bool TallixImpl::waitUntilIdle(std::chrono::milliseconds limit) {
   auto done = std::make_shared<std::promise<void>>();
   auto finished = done->get_future();
-  intake_.seal();
-  queue_.async([this, done] {
+  intake_.queueAfterLogged([this, done] {
     saver_.flush();
     done->set_value();
   });

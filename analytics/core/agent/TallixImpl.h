@@ -35,7 +35,7 @@ struct TallixSessionContext;
 
 // The current session's proxy: every session operation goes onto the agent's serial queue,
 // so callers on any thread never wait for the session or its files. Events logged before the
-// first session are kept and replayed into it.
+// first session are kept, up to what one session can log, and replayed into it.
 class TallixImpl {
  public:
   using SessionWork = std::function<void(TallixSession&)>;
@@ -82,9 +82,10 @@ class TallixImpl {
  private:
   struct KeyedParts;
 
-  void installSession(std::shared_ptr<TallixSession> session);
-  void recordLoggedEvents(std::vector<TallixPreCacheEvent>& events);
+  void installSession(std::shared_ptr<TallixSession> session, std::uint64_t ticket);
+  TallixEventIntake::Recorder sessionRecorder();
   std::vector<TallixPreCacheEvent> takePreCache();
+  void preCache(TallixPreCacheEvent event);
   KeyedParts& keyedParts(const std::string& apiKey, const std::filesystem::path& directory,
                          std::shared_ptr<TallixSessionReporter> reporter);
 
@@ -101,7 +102,7 @@ class TallixImpl {
   std::mutex preCacheMutex_;
   std::vector<TallixPreCacheEvent> logEventPreCache_;
   TallixSessionSaver saver_{queue_};
-  TallixEventIntake intake_{queue_, [this](auto& events) { recordLoggedEvents(events); }};
+  TallixEventIntake intake_{queue_, gauge_, sessionRecorder()};
   // Declared last: destroyed first, running what is queued while everything it uses stands.
   foundation::DispatchQueue queue_{"com.Tallix.Analytics.Session",
                                    foundation::QualityOfService::Utility};

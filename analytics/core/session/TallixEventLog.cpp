@@ -15,40 +15,66 @@ using foundation::Date;
 using foundation::Value;
 
 EventRecordResult TallixEventLog::put(std::shared_ptr<TallixEvent> event, bool loggingEnabled) {
+  const EventRecordResult result = putUnpublished(std::move(event), loggingEnabled);
+  publishSizes();
+  return result;
+}
+
+EventRecordResult TallixEventLog::putUnpublished(std::shared_ptr<TallixEvent> event,
+                                                 bool loggingEnabled) {
   const std::string& name = event->name();
-  auto counted = counts_.find(name);
-  if (counted == counts_.end()) {
-    if (counts_.size() >= kMaxDistinctEventNames) {
-      complete_ = false;
-      return EventRecordResult::LogFullOrDisabled;
-    }
-    counted = counts_.emplace(name, 0).first;
-  }
-  const std::int64_t count = ++counted->second;
+  std::int64_t* counted = countFor(name);
+  if (!counted)
+    return EventRecordResult::LogFullOrDisabled;
+  const std::int64_t count = ++*counted;
   TallixLog::debug("TallixSession: Event count for eventName[%s] updated to count[%d]",
                    name.c_str(), static_cast<int>(count));
-  EventRecordResult result = EventRecordResult::LogFullOrDisabled;
   if (events_.size() < kMaxLoggedEvents && loggingEnabled) {
     if (TallixLog::debugEnabled()) {
       TallixLog::debug("TallixSession: Recording event eventName[%s] with parameters[%s] complete",
                        name.c_str(), event->parameters().description().c_str());
     }
     events_.push_back(std::move(event));
-    result = EventRecordResult::Recorded;
-  } else {
-    complete_ = false;  // counted on purpose: counts go on past the log's limit
+    return EventRecordResult::Recorded;
   }
-  publishSizes();
-  return result;
+  complete_ = false;  // counted on purpose: counts go on past the log's limit
+  return EventRecordResult::LogFullOrDisabled;
+}
+
+void TallixEventLog::count(const std::string& name, std::int64_t times) {
+  complete_ = false;
+  std::int64_t* counted = countFor(name);
+  if (!counted)
+    return;
+  *counted += times;
+  TallixLog::debug("TallixSession: Event count for eventName[%s] updated to count[%d]",
+                   name.c_str(), static_cast<int>(*counted));
+}
+
+std::int64_t* TallixEventLog::countFor(const std::string& name) {
+  auto counted = counts_.find(name);
+  if (counted != counts_.end())
+    return &counted->second;
+  if (counts_.size() >= kMaxDistinctEventNames) {
+    complete_ = false;
+    return nullptr;
+  }
+  if (gauge_)
+    gauge_->nameCounted(ticket_, name);
+  return &counts_.emplace(name, 0).first->second;
 }
 
 void TallixEventLog::putPending(std::shared_ptr<TallixEvent> event) {
   pending_.push_back(std::move(event));
+  publishSizes();
 }
 
+// Merges publish once, at the end: a pending event moved into the log keeps its slot
+// throughout, as far as callers can see.
 void TallixEventLog::mergePending(bool loggingEnabled) {
-  for (auto& event : takePending())
-    put(std::move(event), loggingEnabled);
+  for (auto& event : std::exchange(pending_, {}))
+    putUnpublished(std::move(event), loggingEnabled);
+  publishSizes();
 }
 
 void TallixEventLog::mergeValidPending(std::optional<Date> resumeTime, bool loggingEnabled) {
@@ -59,11 +85,14 @@ void TallixEventLog::mergeValidPending(std::optional<Date> resumeTime, bool logg
   Events merged(std::make_move_iterator(pending_.begin()), std::make_move_iterator(valid));
   pending_.erase(pending_.begin(), valid);
   for (auto& event : merged)
-    put(std::move(event), loggingEnabled);
+    putUnpublished(std::move(event), loggingEnabled);
+  publishSizes();
 }
 
 TallixEventLog::Events TallixEventLog::takePending() {
-  return std::exchange(pending_, {});
+  Events taken = std::exchange(pending_, {});
+  publishSizes();
+  return taken;
 }
 
 std::shared_ptr<TallixEvent> TallixEventLog::firstUnterminated(std::string_view name) const {
@@ -101,19 +130,24 @@ void TallixEventLog::clear() {
   events_.clear();
   pending_.clear();
   complete_ = true;
-  publishSizes();
+  publishAll();
 }
 
-void TallixEventLog::publishTo(TallixEventLogGauge* gauge) {
+void TallixEventLog::publishTo(TallixEventLogGauge* gauge, std::uint64_t ticket) {
   gauge_ = gauge;
+  ticket_ = ticket;
+  publishAll();
+}
+
+void TallixEventLog::publishAll() {
+  if (gauge_)
+    gauge_->resetNames(ticket_, counts_);
   publishSizes();
 }
 
 void TallixEventLog::publishSizes() {
-  if (!gauge_)
-    return;
-  gauge_->distinctNames.store(counts_.size(), std::memory_order_relaxed);
-  gauge_->loggedEvents.store(events_.size(), std::memory_order_relaxed);
+  if (gauge_)
+    gauge_->publish(ticket_, events_.size(), pending_.size());
 }
 
 void TallixEventLog::encodeWithCoder(foundation::KeyedArchiver& coder) const {
@@ -140,7 +174,7 @@ void TallixEventLog::decodeWithCoder(foundation::KeyedUnarchiver& coder) {
   pending_ = coder.decodeObjects<TallixEvent>("pendingEventLog").value_or(Events{});
   events_ = coder.decodeObjects<TallixEvent>("eventLog").value_or(Events{});
   complete_ = coder.decodeBool("eventLogComplete").value_or(true);
-  publishSizes();
+  publishAll();
 }
 
 }  // namespace tallix

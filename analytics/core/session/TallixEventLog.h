@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "analytics/core/model/TallixEvent.h"
+#include "analytics/core/session/TallixEventLogGauge.h"
 #include "foundation/Date.h"
 #include "tallix/EventRecordResult.h"
 
@@ -18,13 +18,6 @@ class KeyedUnarchiver;
 }  // namespace foundation
 
 namespace tallix {
-
-// The two sizes of the current session's log that the facade predicts from, readable from any
-// thread while the agent queue updates them.
-struct TallixEventLogGauge {
-  std::atomic<std::size_t> distinctNames{0};
-  std::atomic<std::size_t> loggedEvents{0};
-};
 
 // A session's events: how often each name was recorded, the capped log of events, and the
 // events recorded while the session was paused. Owned by the agent queue.
@@ -39,6 +32,8 @@ class TallixEventLog {
 
   // Counts the event and logs it while there is room and logging is on.
   EventRecordResult put(std::shared_ptr<TallixEvent> event, bool loggingEnabled);
+  // Events only counted, as those past the log's limit are.
+  void count(const std::string& name, std::int64_t times);
   void putPending(std::shared_ptr<TallixEvent> event);
   // On resume: every pending event goes into the log.
   void mergePending(bool loggingEnabled);
@@ -59,21 +54,26 @@ class TallixEventLog {
   const Events& pending() const { return pending_; }
   std::int64_t countedTotal() const;
 
-  // The current session's log keeps the gauge up to date; null stops it.
-  void publishTo(TallixEventLogGauge* gauge);
+  // The current session's log keeps the gauge up to date under its ticket; null stops it.
+  void publishTo(TallixEventLogGauge* gauge, std::uint64_t ticket);
 
   void clear();
   void encodeWithCoder(foundation::KeyedArchiver& coder) const;
   void decodeWithCoder(foundation::KeyedUnarchiver& coder);
 
  private:
+  EventRecordResult putUnpublished(std::shared_ptr<TallixEvent> event, bool loggingEnabled);
+  // The name's count, made when there is room for another name.
+  std::int64_t* countFor(const std::string& name);
   void publishSizes();
+  void publishAll();
 
   Counts counts_;
   Events events_;
   Events pending_;
   bool complete_ = true;
   TallixEventLogGauge* gauge_ = nullptr;
+  std::uint64_t ticket_ = 0;
 };
 
 }  // namespace tallix

@@ -15,26 +15,32 @@ using foundation::Value;
 TallixSavedSessions::TallixSavedSessions(std::filesystem::path path,
                                          const TallixGlobalVariableStorage& settings,
                                          RecordWriter recordOf)
-    : path_(std::move(path)), settings_(settings), recordOf_(std::move(recordOf)) {}
+    : path_(std::move(path)),
+      settings_(settings),
+      recordOf_(std::move(recordOf)),
+      records_(readFile()) {}
 
-std::vector<TallixSavedSessions::Record> TallixSavedSessions::savedSessions() const {
+std::vector<TallixSavedSessions::Record> TallixSavedSessions::readFile() const {
   std::vector<Record> records;
   const auto archived = foundation::KeyedUnarchiver::unarchiveValueWithFile(path_);
   if (!archived || !archived->array())
     return records;
   for (const Value& entry : *archived->array()) {
-    if (!entry.bytes()) {
-      TallixLog::debug("TallixSession: saved sessions at path[%s] unreadable, starting afresh",
-                       path_.c_str());
-      return {};
-    }
-    records.push_back(*entry.bytes());
+    if (entry.bytes())
+      records.push_back(*entry.bytes());
+    else
+      TallixLog::debug("TallixSession: damaged saved session at path[%s] left out", path_.c_str());
   }
   return records;
 }
 
 void TallixSavedSessions::setSavedSessions(const std::vector<Record>& records) {
-  Value::Array entries(records.begin(), records.end());
+  records_ = records;
+  writeFile();
+}
+
+void TallixSavedSessions::writeFile() const {
+  Value::Array entries(records_.begin(), records_.end());
   if (!foundation::KeyedArchiver::archiveRootValue(Value(std::move(entries)), path_))
     TallixLog::debug("TallixSession: saved sessions not written to path[%s]", path_.c_str());
 }
@@ -46,24 +52,23 @@ void TallixSavedSessions::addToSavedSessions(TallixSession& session) {
     auto record = recordOf_(session);
     if (!record)
       return;
-    auto records = savedSessions();
-    records.push_back(std::move(*record));
-    removeOldSessionsIfNecessary(records);
-    setSavedSessions(records);
+    records_.push_back(std::move(*record));
+    removeOldSessionsIfNecessary();
+    writeFile();
   } catch (const std::exception& exception) {
     TallixLog::debug("%s: exception %s", "+[TallixSession addToSavedSessions:]", exception.what());
   }
 }
 
-void TallixSavedSessions::removeOldSessionsIfNecessary(std::vector<Record>& records) const {
+void TallixSavedSessions::removeOldSessionsIfNecessary() {
   const auto maximum = static_cast<std::size_t>(std::max(0, settings_.settings().maxSessionsSaved));
-  if (records.size() <= maximum)
+  if (records_.size() <= maximum)
     return;
-  const std::size_t excess = records.size() - maximum;
+  const std::size_t excess = records_.size() - maximum;
   TallixLog::debug("TallixSession: Max sessions allowed[%d] exceeded", static_cast<int>(maximum));
   TallixLog::debug("TallixSession: Removing [%lu] sessions from saved sessions",
                    static_cast<unsigned long>(excess));
-  records.erase(records.begin(), records.begin() + static_cast<std::ptrdiff_t>(excess));
+  records_.erase(records_.begin(), records_.begin() + static_cast<std::ptrdiff_t>(excess));
 }
 
 }  // namespace tallix

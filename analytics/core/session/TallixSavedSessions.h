@@ -12,8 +12,11 @@ namespace tallix {
 class TallixGlobalVariableStorage;
 class TallixSession;
 
-// The report records of finished sessions not yet handed to the uploader, oldest first, in
-// one file. Capped, so a machine that never reaches the server keeps only the newest.
+// The report records of finished sessions not yet handed to the uploader, oldest first. The
+// file is read once, when the list is made; after that the list lives here and every change
+// rewrites the file whole and atomically, so a kill at any moment leaves the old list or the
+// new one. Capped, so a machine that never reaches the server keeps only the newest. Used on
+// the agent queue only.
 class TallixSavedSessions {
  public:
   using Record = foundation::Value::Bytes;
@@ -22,17 +25,20 @@ class TallixSavedSessions {
   TallixSavedSessions(std::filesystem::path path, const TallixGlobalVariableStorage& settings,
                       RecordWriter recordOf);
 
-  // Empty when the file is missing or unreadable.
-  std::vector<Record> savedSessions() const;
+  const std::vector<Record>& savedSessions() const { return records_; }
   void setSavedSessions(const std::vector<Record>& records);
   void addToSavedSessions(TallixSession& session);
 
  private:
-  void removeOldSessionsIfNecessary(std::vector<Record>& records) const;
+  // Empty when the file is missing or unreadable; a damaged entry is left out, not the rest.
+  std::vector<Record> readFile() const;
+  void removeOldSessionsIfNecessary();
+  void writeFile() const;
 
   const std::filesystem::path path_;
   const TallixGlobalVariableStorage& settings_;
   const RecordWriter recordOf_;
+  std::vector<Record> records_;
 };
 
 }  // namespace tallix

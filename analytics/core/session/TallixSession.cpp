@@ -130,6 +130,16 @@ EventRecordResult TallixSession::recordEvent(const Value& eventName, const Value
   return result;
 }
 
+void TallixSession::countEvents(const std::string& eventName, std::int64_t times) {
+  eventLog_.count(eventName, times);
+  saveToDisk();
+}
+
+void TallixSession::markEventLogIncomplete() {
+  eventLog_.markIncomplete();
+  saveToDisk();
+}
+
 void TallixSession::endTimedEvent(const std::string& eventName, const Value& parameters) {
   const auto event = eventLog_.firstUnterminated(eventName);
   if (!event)

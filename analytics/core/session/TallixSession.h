@@ -41,10 +41,17 @@ class TallixSession : public foundation::Archivable,
   // For the report, which refreshes a few fields from the settings as it writes them.
   TallixSessionFields& mutableFields() { return fields_; }
   const TallixEventLog& eventLog() const { return eventLog_; }
-  void publishEventLogTo(TallixEventLogGauge* gauge) { eventLog_.publishTo(gauge); }
+  void publishEventLogTo(TallixEventLogGauge* gauge, std::uint64_t ticket) {
+    eventLog_.publishTo(gauge, ticket);
+  }
 
   EventRecordResult recordEvent(const foundation::Value& eventName,
                                 const foundation::Value& parameters, bool timed);
+  // Events of one name that only raise its count, as the log has no room for them; at once,
+  // even while paused.
+  void countEvents(const std::string& eventName, std::int64_t times);
+  // Events refused before they reached the session.
+  void markEventLogIncomplete();
   void endTimedEvent(const std::string& eventName, const foundation::Value& parameters);
   void endTimedEvents();
 

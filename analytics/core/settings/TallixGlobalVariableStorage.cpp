@@ -92,7 +92,12 @@ void TallixGlobalVariableStorage::recordOrigin(const std::string& originName,
     origin = *entries;
   origin.insert_or_assign("originName", originName);
   origin.insert_or_assign("originVersion", originVersion);
-  update([&](TallixSettings& settings) { settings.originSets.emplace_back(std::move(origin)); });
+  update([&](TallixSettings& settings) {
+    if (settings.originSets.size() < kMaxOriginSets)
+      settings.originSets.emplace_back(std::move(origin));
+    else
+      TallixLog::debug("Tallix: origin sets full, origin [%s] dropped", originName.c_str());
+  });
 }
 
 void TallixGlobalVariableStorage::recordSessionProperties(const Value& properties) {

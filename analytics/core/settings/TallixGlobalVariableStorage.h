@@ -32,6 +32,9 @@ class TallixGlobalVariableStorage {
   void setApiKey(std::string_view apiKey, const std::filesystem::path& directory);
   // Reads the key's first run from its file, or makes now the first run.
   void loadInitialTimestamp(const std::filesystem::path& path, foundation::Date now);
+  // Every request carries all origins, so they are capped: an application names the few
+  // libraries it is built from, and more than that is a caller adding one per call.
+  static constexpr std::size_t kMaxOriginSets = 32;
   void recordOrigin(const std::string& originName, const std::string& originVersion,
                     const foundation::Value& parameters);
   void recordSessionProperties(const foundation::Value& properties);
@@ -41,6 +44,9 @@ class TallixGlobalVariableStorage {
   // marks an opt-out session pending.
   void setOptOut(bool optOut);
 
+  // The server sets cookies and every request sends them all back; a few dozen is far more
+  // than it uses, and keeps a misbehaving server from growing every request and the file.
+  static constexpr std::size_t kMaxCookies = 32;
   TallixPersistentMap& persistentGlobalsMap() { return globals_; }
   TallixPersistentMap& persistentCookiesMap() { return cookies_; }
   TallixPersistentMap& persistentUrlsMap() { return urls_; }
@@ -60,7 +66,7 @@ class TallixGlobalVariableStorage {
   std::mutex optOutMutex_;
   std::optional<bool> optOutBeforeMaps_;
   TallixPersistentMap globals_{"persistentGlobalsMap"};
-  TallixPersistentMap cookies_{"persistentCookiesMap"};
+  TallixPersistentMap cookies_{"persistentCookiesMap", kMaxCookies};
   TallixPersistentMap urls_{"persistentUrlsMap"};
   TallixPersistentMap beaconUrls_{"persistentBeaconUrlsMap"};
   TallixPersistentMap beaconPrepUrls_{"persistentBeaconPrepUrlsMap"};

@@ -11,7 +11,14 @@ void TallixPersistentMap::loadFrom(std::filesystem::path path) {
   const auto archived = foundation::KeyedUnarchiver::unarchiveValueWithFile(path);
   std::lock_guard lock(mutex_);
   path_ = std::move(path);
-  entries_ = archived && archived->dictionary() ? *archived->dictionary() : Value::Dictionary{};
+  entries_.clear();
+  if (!archived || !archived->dictionary())
+    return;
+  for (const auto& entry : *archived->dictionary()) {
+    if (entries_.size() >= capacity_)
+      break;
+    entries_.insert(entry);
+  }
 }
 
 bool TallixPersistentMap::save() const {
@@ -31,9 +38,17 @@ std::optional<Value> TallixPersistentMap::valueForKey(std::string_view key) cons
   return found == entries_.end() ? std::nullopt : std::optional<Value>(found->second);
 }
 
-void TallixPersistentMap::setValue(std::string_view key, Value value) {
+bool TallixPersistentMap::setValue(std::string_view key, Value value) {
   std::lock_guard lock(mutex_);
-  entries_.insert_or_assign(std::string(key), std::move(value));
+  const auto found = entries_.find(key);
+  if (found != entries_.end()) {
+    found->second = std::move(value);
+    return true;
+  }
+  if (entries_.size() >= capacity_)
+    return false;
+  entries_.emplace(std::string(key), std::move(value));
+  return true;
 }
 
 Value::Dictionary TallixPersistentMap::entries() const {

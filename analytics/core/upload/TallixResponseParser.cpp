@@ -68,9 +68,13 @@ bool TallixResponseParser::parseResponse(const Bytes& body, TallixPersistentMap&
   bool changed = false;
   try {
     for (auto& [key, value] : readCookies(body)) {
-      if (cookieMap.valueForKey(key) != foundation::Value(value)) {
-        cookieMap.setValue(key, std::move(value));
-        changed = true;
+      if (key.size() + value.size() > kMaxCookieBytes) {
+        TallixLog::debug("Tallix: cookie [%s] too large, dropped", key.c_str());
+      } else if (cookieMap.valueForKey(key) != foundation::Value(value)) {
+        if (cookieMap.setValue(key, std::move(value)))
+          changed = true;
+        else
+          TallixLog::debug("Tallix: cookie map full, cookie [%s] dropped", key.c_str());
       }
     }
   } catch (const TallixMalformedData& malformed) {

@@ -18,10 +18,14 @@ class TallixResponseParser {
  public:
   using Cookies = std::vector<std::pair<std::string, std::string>>;
   static constexpr int kCookieChunkType = 0x11E;
+  // A browser's limit for one cookie; larger ones are dropped rather than kept and sent back
+  // with every request.
+  static constexpr std::size_t kMaxCookieBytes = 4096;
 
   // The cookies of a complete cookie chunk; stops at the first entry that runs short.
   static Cookies readCookies(const foundation::Value::Bytes& body);
-  // Keeps what readCookies finds in the cookie map; true when that changed it. Never throws.
+  // Keeps what readCookies finds in the cookie map, as far as the map and the size limit allow;
+  // true when that changed it. Never throws.
   static bool parseResponse(const foundation::Value::Bytes& body, TallixPersistentMap& cookies);
 };
 

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <future>
+#include <map>
 #include <string>
 
 #include "AgentTestSupport.h"
@@ -58,24 +60,33 @@ class TallixAgentTest : public ::testing::Test {
   TallixAgent agent{testEnvironment(clock, center, directory.path())};
 };
 
-TEST_F(TallixAgentTest, StartsOnceAndRefusesALateAppVersion) {
-  EXPECT_EQ(agent.logEvent("early", {}, false), EventRecordResult::Deferred);
+TEST_F(TallixAgentTest, StartsOnceWhenLaunchedKeepsWhatWasLoggedBeforeAndRefusesALateAppVersion) {
+  testing::internal::CaptureStdout();
+  TallixLog::setLogLevel(TallixLog::kDebugLevel);
+  // The pre-cache keeps what one session can log.
+  for (int i = 0; i <= 1000; ++i)
+    EXPECT_EQ(agent.logEvent(i < 1000 ? "early" : "dropped", {}, false),
+              EventRecordResult::Deferred);
+  // Launched inactive, the session starts when launching finishes.
+  application->state = ApplicationState::Inactive;
   agent.startSession(kApiKey);
+  EXPECT_TRUE(agent.waitUntilIdle(5s));
+  EXPECT_FALSE(agent.activeSessionExists());
+  center.post(kApplicationDidFinishLaunchingNotification, nullptr,
+              Value(Value::Dictionary{{"url", "orvane://"}}));
   EXPECT_TRUE(agent.waitUntilIdle(5s));
   const std::string first = agent.getSessionID();
   EXPECT_EQ(first, std::to_string(static_cast<long long>(kTestEpoch) * 1000));
 
-  testing::internal::CaptureStdout();
-  TallixLog::setLogLevel(TallixLog::kDebugLevel);
   agent.startSession("OTHER");
   agent.setAppVersion("9.9");
   TallixLog::setLogLevel(TallixLog::kRefusalLevel);
   const std::string output = testing::internal::GetCapturedStdout();
-  EXPECT_NE(output.find("Tallix: startSession has been called already. It should only be called "
-                        "once. Returning."),
-            std::string::npos);
-  EXPECT_NE(output.find("Tallix: Please call setAppVersion before startSession."),
-            std::string::npos);
+  for (const char* line :
+       {"Tallix: pre-cache full, event [dropped] dropped",
+        "Tallix: startSession has been called already. It should only be called once. Returning.",
+        "Tallix: Please call setAppVersion before startSession."})
+    EXPECT_NE(output.find(line), std::string::npos) << line;
   EXPECT_EQ(agent.getSessionID(), first);
   EXPECT_EQ(delegate->sessionIds, std::vector<std::string>{first});
 
@@ -83,8 +94,9 @@ TEST_F(TallixAgentTest, StartsOnceAndRefusesALateAppVersion) {
   ASSERT_TRUE(session);
   EXPECT_EQ(session->fields().apiKey, "QF7TNW2X");
   EXPECT_EQ(session->fields().appVersion, "2.5");
-  ASSERT_EQ(session->eventLog().events().size(), 1u);
+  ASSERT_EQ(session->eventLog().events().size(), 1000u);
   EXPECT_EQ(session->eventLog().events()[0]->name(), "early");
+  EXPECT_FALSE(session->eventLog().counts().contains("dropped"));
 
   // The key's first run is kept for the reports of every later run.
   const auto firstRun = foundation::KeyedUnarchiver::unarchiveValueWithFile(
@@ -93,55 +105,60 @@ TEST_F(TallixAgentTest, StartsOnceAndRefusesALateAppVersion) {
   EXPECT_EQ(firstRun->date()->timeIntervalSince1970(), kTestEpoch);
 }
 
-TEST_F(TallixAgentTest, TheContinueRuleResumesAtTenSecondsAndStartsAfreshJustPast) {
+TEST_F(TallixAgentTest, LeavingPausesAndTheContinueRuleResumesAtTenSecondsUnlessInBackground) {
   agent.startSession(kApiKey);
   ASSERT_TRUE(agent.waitUntilIdle(5s));
   const std::string first = agent.getSessionID();
+  // While paused the event is held, yet the forecast, which ignores pausing, says recorded.
+  post(kApplicationWillResignActiveNotification);
+  EXPECT_EQ(agent.logEvent("away", {}, false), EventRecordResult::Recorded);
+  EXPECT_EQ(savedSession()->eventLog().pending().size(), 1u);
   EXPECT_EQ(leaveAndReturnAfter(10.0), first);
   const std::string second = leaveAndReturnAfter(10.001);
   EXPECT_NE(second, first);
   EXPECT_EQ(delegate->sessionIds.size(), 2u);
   EXPECT_EQ(savedSession()->fields().totalPauseIntervalMillis, 0);
-}
 
-TEST_F(TallixAgentTest, WithBackgroundSessionsLeavingDoesNotPause) {
+  // With background sessions, leaving does not pause at all.
   agent.setBackgroundSessionEnabled(true);
-  agent.startSession(kApiKey);
   post(kApplicationWillResignActiveNotification);
   clock->advance(60);
-  EXPECT_EQ(agent.logEvent("away", {}, false), EventRecordResult::Recorded);
+  agent.logEvent("background", {}, false);
   const auto session = savedSession();
   EXPECT_FALSE(session->isPaused());
-  EXPECT_EQ(session->eventLog().events().size(), 1u);
+  EXPECT_EQ(session->eventLog().events().back()->name(), "background");
 }
 
-TEST_F(TallixAgentTest, PredictionsAnswerForTheApplicationWhileTheSessionKeepsItsOwnCount) {
+// The queue is held in the first session's setup while the application logs on: no call
+// waits, each answers what the session comes to, and what only counts is counted exactly.
+TEST_F(TallixAgentTest, LoggingNeverWaitsAndForecastsWhatTheQueuedEventsWillTake) {
+  std::promise<void> release;
+  std::shared_future<void> released = release.get_future().share();
+  center.addObserver("TallixSessionStarted", this, [released](const auto&) { released.wait(); });
+  for (int i = 0; i < 990; ++i)
+    agent.logEvent("early", {}, false);
   agent.startSession(kApiKey);
-  post(kApplicationWillResignActiveNotification);
-  EXPECT_EQ(agent.logEvent("away", {}, false), EventRecordResult::Recorded);
-  const auto paused = savedSession();
-  EXPECT_TRUE(paused->isPaused());
-  EXPECT_EQ(paused->eventLog().pending().size(), 1u);
-  post(kApplicationDidBecomeActiveNotification);
 
-  for (int i = 1; i < 100; ++i)
-    agent.logEvent("name" + std::to_string(i), {}, false);
-  ASSERT_TRUE(agent.waitUntilIdle(5s));
-  EXPECT_EQ(agent.logEvent("name5", {}, false), EventRecordResult::NameLimitReached);
+  std::map<EventRecordResult, int> answers;
+  for (int i = 0; i < 20000; ++i)  // past any bound at which logging used to wait
+    ++answers[agent.logEvent("late", {}, false)];
+  for (int i = 0; i < 100; ++i)
+    ++answers[agent.logEvent("name" + std::to_string(i), {}, false)];
+  EXPECT_EQ(agent.logEvent("late", {}, false), EventRecordResult::NameLimitReached);
+  release.set_value();
+
+  EXPECT_EQ(answers[EventRecordResult::Recorded], 10);  // the room the pre-cache leaves
+  EXPECT_EQ(answers[EventRecordResult::LogFullOrDisabled], 19990 + 98);
+  EXPECT_EQ(answers[EventRecordResult::NameLimitReached], 2);
   const auto session = savedSession();
-  EXPECT_EQ(session->eventLog().counts().at("name5"), 2);
-  EXPECT_EQ(session->eventLog().counts().at("away"), 1);
-}
-
-TEST_F(TallixAgentTest, ApplicationLaunchedInactiveStartsItsSessionWhenLaunchingFinishes) {
-  application->state = ApplicationState::Inactive;
-  agent.startSession(kApiKey);
-  ASSERT_TRUE(agent.waitUntilIdle(5s));
-  EXPECT_FALSE(agent.activeSessionExists());
-  center.post(kApplicationDidFinishLaunchingNotification, nullptr,
-              Value(Value::Dictionary{{"url", "orvane://"}}));
-  ASSERT_TRUE(agent.waitUntilIdle(5s));
-  EXPECT_TRUE(agent.activeSessionExists());
+  const auto& log = session->eventLog();
+  ASSERT_EQ(log.events().size(), 1000u);
+  EXPECT_EQ(log.events().back()->name(), "late");
+  EXPECT_EQ(log.counts().at("early"), 990);
+  EXPECT_EQ(log.counts().at("late"), 20001);
+  EXPECT_EQ(log.counts().at("name97"), 1);
+  EXPECT_EQ(log.counts().size(), 100u);
+  EXPECT_FALSE(log.complete());
 }
 
 TEST_F(TallixAgentTest, RefusesArgumentsOfTheWrongKindWithTheirReasons) {

@@ -35,13 +35,31 @@ TEST(TallixFacadeTest, AnOptedOutUserIsRefusedEverythingButTheWayBack) {
   EXPECT_EQ(Tallix::getTallixAgentVersion(), "155");
 }
 
-TEST(TallixFacadeTest, OnlyRefusalsPrintBelowTheDebugLevel) {
+// Refusals print at any level above 0, everything else, caught exceptions included, at debug.
+TEST(TallixFacadeTest, OnlyRefusalsPrintBelowTheDebugLevelAndCaughtFailuresAreDescribed) {
   EXPECT_EQ(printed([] { Tallix::logEvent(""); }),
             "Tallix: Event not logged -- eventName may not be empty.\n");
   EXPECT_EQ(printed([] { Tallix::logEvent(""); }, 0), "");
   EXPECT_EQ(printed([] { Tallix::setAppVersion("3.1"); }), "");
   EXPECT_EQ(printed([] { Tallix::setAppVersion("3.1"); }, TallixLog::kDebugLevel),
             "Tallix: setAppVersion[3.1]\n");
+
+  const std::string exception = printed(
+      [] { TallixExceptionHandler::guarded([] { throw std::invalid_argument("bad key"); }); },
+      TallixLog::kDebugLevel);
+  EXPECT_EQ(exception,
+            "Tallix: Caught Exception in Tallix Analytics Code\n"
+            "Tallix: -----------------------------------------\n"
+            "Tallix: Name:std::invalid_argument Reason:bad key\n"
+            "Tallix: std::invalid_argument: bad key\n");
+  const std::string error = printed(
+      [] {
+        TallixExceptionHandler::guarded(
+            [] { throw std::system_error(std::make_error_code(std::errc::io_error)); });
+      },
+      TallixLog::kDebugLevel);
+  EXPECT_NE(error.find("Tallix: Caught Error in Tallix Analytics Code"), std::string::npos);
+  EXPECT_NE(error.find("Tallix: Code:5 Domain:generic"), std::string::npos);
 }
 
 // The facade's own values reach the agent with their kinds and entries intact.
@@ -59,25 +77,6 @@ TEST(TallixFacadeTest, ValuesKeepTheirKindsOnTheWayIn) {
   EXPECT_EQ(output,
             "Tallix: Event not logged -- eventName must be of NSString type.\n"
             "Tallix: Event not logged -- parameters may not contain more than 10 elements.\n");
-}
-
-TEST(TallixFacadeTest, CaughtExceptionsAndErrorsAreDescribedNotRethrown) {
-  const std::string exception = printed(
-      [] { TallixExceptionHandler::guarded([] { throw std::invalid_argument("bad key"); }); },
-      TallixLog::kDebugLevel);
-  EXPECT_EQ(exception,
-            "Tallix: Caught Exception in Tallix Analytics Code\n"
-            "Tallix: -----------------------------------------\n"
-            "Tallix: Name:std::invalid_argument Reason:bad key\n"
-            "Tallix: std::invalid_argument: bad key\n");
-  const std::string error = printed(
-      [] {
-        TallixExceptionHandler::guarded(
-            [] { throw std::system_error(std::make_error_code(std::errc::io_error)); });
-      },
-      TallixLog::kDebugLevel);
-  EXPECT_NE(error.find("Tallix: Caught Error in Tallix Analytics Code"), std::string::npos);
-  EXPECT_NE(error.find("Tallix: Code:5 Domain:generic"), std::string::npos);
 }
 
 }  // namespace

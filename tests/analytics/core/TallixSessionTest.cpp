@@ -6,6 +6,7 @@
 #include "analytics/core/session/TallixSession.h"
 #include "analytics/core/support/TallixLog.h"
 #include "foundation/AtomicFile.h"
+#include "foundation/KeyedArchiver.h"
 
 namespace tallix {
 namespace {
@@ -29,7 +30,8 @@ class TallixSessionTest : public ::testing::Test {
   std::shared_ptr<TallixSession> session = harness.newSession();
 };
 
-TEST_F(TallixSessionTest, ParameterLimitRefusesTheEleventhAndMarksTheLogIncomplete) {
+// Every refusal marks the log incomplete; counting goes on for known names past the log.
+TEST_F(TallixSessionTest, LimitsRefuseOrOnlyCountAndMarkTheLogIncomplete) {
   EXPECT_EQ(record("ten", parameters(10)), EventRecordResult::Recorded);
   EXPECT_TRUE(session->eventLog().complete());
   EXPECT_EQ(record("eleven", parameters(11)), EventRecordResult::TooManyParameters);
@@ -37,33 +39,26 @@ TEST_F(TallixSessionTest, ParameterLimitRefusesTheEleventhAndMarksTheLogIncomple
   EXPECT_EQ(record(""), EventRecordResult::Invalid);
   EXPECT_EQ(harness.run([&] { return session->recordEvent(Value(), {}, false); }),
             EventRecordResult::Invalid);
-  EXPECT_EQ(session->eventLog().events().size(), 1u);
   EXPECT_FALSE(session->eventLog().counts().contains("eleven"));
-}
 
-TEST_F(TallixSessionTest, NameLimitRefusesNewNamesButKeepsCountingKnownOnes) {
-  for (int i = 0; i < 100; ++i)
+  for (int i = 1; i < 100; ++i)
     ASSERT_EQ(record("name" + std::to_string(i)), EventRecordResult::Recorded);
   EXPECT_EQ(record("name100"), EventRecordResult::LogFullOrDisabled);
   EXPECT_FALSE(session->eventLog().counts().contains("name100"));
-  EXPECT_EQ(record("name7"), EventRecordResult::Recorded);
-  EXPECT_EQ(session->eventLog().counts().at("name7"), 2);
-  EXPECT_EQ(session->eventLog().events().size(), 101u);
-}
-
-TEST_F(TallixSessionTest, EventsPastTheLogLimitAreCountedNotLogged) {
-  for (int i = 0; i < 1000; ++i)
-    ASSERT_EQ(record("tick"), EventRecordResult::Recorded);
-  EXPECT_TRUE(session->eventLog().complete());
-  EXPECT_EQ(record("tick"), EventRecordResult::LogFullOrDisabled);
+  for (int i = 0; i < 900; ++i)
+    ASSERT_EQ(record("name7"), EventRecordResult::Recorded);
+  EXPECT_EQ(record("name7"), EventRecordResult::LogFullOrDisabled);
   EXPECT_EQ(session->eventLog().events().size(), 1000u);
-  EXPECT_EQ(session->eventLog().counts().at("tick"), 1001);
-  EXPECT_EQ(session->totalEventCount(), 1001);
-  EXPECT_FALSE(session->eventLog().complete());
-}
-
-TEST_F(TallixSessionTest, ErrorsPastTheLimitAreCountedNotLogged) {
+  EXPECT_EQ(session->eventLog().counts().at("name7"), 902);
+  // Events only counted follow the same name limit.
   harness.run([&] {
+    session->countEvents("name7", 5);
+    session->countEvents("name100", 5);
+  });
+  EXPECT_EQ(session->eventLog().counts().at("name7"), 907);
+  EXPECT_FALSE(session->eventLog().counts().contains("name100"));
+
+  harness.run([&] {  // errors past ten are counted, not logged
     for (int i = 0; i < 11; ++i)
       session->recordErrorWithException("E" + std::to_string(i), "boom", std::nullopt, {});
   });
@@ -71,61 +66,51 @@ TEST_F(TallixSessionTest, ErrorsPastTheLimitAreCountedNotLogged) {
   ASSERT_EQ(session->fields().errors.size(), 10u);
   EXPECT_EQ(session->fields().errors.back()->errorID(), 10);
   EXPECT_EQ(session->fields().errors.front()->exceptionString(), "nil");
-  EXPECT_EQ(session->totalEventCount(), 10);
+  EXPECT_EQ(session->totalEventCount(), 10 + 1 + 98 + 907);
 }
 
-TEST_F(TallixSessionTest, EndingATimedEventEndsOnlyTheFirstAndMergesParametersWithinTheLimit) {
+// The application ends the first open event of a name, merging parameters within the limit;
+// every pause ends the others again at its time, but never one the application ended.
+TEST_F(TallixSessionTest, TimedEventsEndByTheApplicationOnceOrByEveryPause) {
+  session->setSessionReportsOnPauseEnabled(false);
   record("upload", parameters(9), true);
   record("upload", {}, true);
+  record("open", {}, true);
   harness.clock.advance(2.5);
   harness.run([&] {
     session->endTimedEvent("upload",
                            Value(Value::Dictionary{{"size", 42}, {"bad", Value(Value::Array{})}}));
   });
   const auto& events = session->eventLog().events();
-  EXPECT_EQ(events[0]->duration(), 2500);
   EXPECT_TRUE(events[1]->isUnterminated());
   const Value merged = events[0]->parameters();
   EXPECT_EQ(merged.dictionary()->size(), 10u);
   EXPECT_EQ(*merged.find("size"), Value(42));
   EXPECT_EQ(merged.find("bad"), nullptr);
-
   harness.run([&] { session->endTimedEvent("upload", parameters(11)); });
-  EXPECT_FALSE(events[1]->isUnterminated());
   EXPECT_TRUE(events[1]->parameters().dictionary()->empty());
-}
 
-TEST_F(TallixSessionTest, PausesEndOpenTimedEventsAgainAtEveryPauseButNeverTheApplicationsOwn) {
-  session->setSessionReportsOnPauseEnabled(false);
-  record("open", {}, true);
-  record("closed", {}, true);
-  harness.run([&] { session->endTimedEvent("closed", {}); });
-  harness.clock.advance(3);
+  harness.clock.advance(0.5);
   harness.run([&] { session->pauseSession(); });
-  const auto& events = session->eventLog().events();
-  EXPECT_TRUE(events[0]->automaticallyEnded());
-  EXPECT_EQ(events[0]->duration(), 3000);
-
+  EXPECT_TRUE(events[2]->automaticallyEnded());
+  EXPECT_EQ(events[2]->duration(), 3000);
   harness.clock.advance(4);
   harness.run([&] { session->resumeSession(); });
   EXPECT_EQ(session->fields().totalPauseIntervalMillis, 4000);
   harness.clock.advance(5);
   harness.run([&] { session->pauseSession(); });
-  EXPECT_EQ(events[0]->duration(), 12000);
-  EXPECT_EQ(events[1]->duration(), 0);
+  EXPECT_EQ(events[2]->duration(), 12000);
+  EXPECT_EQ(events[0]->duration(), 2500);
   EXPECT_FALSE(events[1]->automaticallyEnded());
 }
 
-TEST_F(TallixSessionTest, EventsLoggedWhilePausedWaitAndJoinTheLogOnResume) {
+TEST_F(TallixSessionTest, EventsLoggedWhilePausedJoinTheLogOnResumeOrTheNextSession) {
   harness.run([&] { session->pauseSession(); });
-  EXPECT_EQ(record("while away"), EventRecordResult::Deferred);
+  EXPECT_EQ(record("resumed"), EventRecordResult::Deferred);
   EXPECT_TRUE(session->eventLog().events().empty());
   harness.run([&] { session->resumeSession(); });
-  ASSERT_EQ(session->eventLog().events().size(), 1u);
   EXPECT_TRUE(session->eventLog().pending().empty());
-}
 
-TEST_F(TallixSessionTest, ANewSessionTakesOverPendingEventsAndMovesItsStartBack) {
   harness.run([&] { session->pauseSession(); });
   harness.clock.advance(1);
   record("before return");
@@ -140,8 +125,9 @@ TEST_F(TallixSessionTest, ANewSessionTakesOverPendingEventsAndMovesItsStartBack)
     return harness.factory.sessionWithNewEventsWithApiKey(*session, SessionHarness::kApiKey,
                                                           harness.clock.now(), {});
   });
-  ASSERT_EQ(session->eventLog().events().size(), 1u);
-  EXPECT_EQ(session->eventLog().events()[0]->name(), "before return");
+  ASSERT_EQ(session->eventLog().events().size(), 2u);
+  EXPECT_EQ(session->eventLog().events()[0]->name(), "resumed");
+  EXPECT_EQ(session->eventLog().events()[1]->name(), "before return");
   ASSERT_EQ(next->eventLog().events().size(), 1u);
   EXPECT_EQ(next->eventLog().events()[0]->name(), "after return");
   EXPECT_EQ(next->eventLog().events()[0]->eventLogId(), 1);
@@ -192,20 +178,48 @@ TEST_F(TallixSessionTest, ArchiveReadsBackFieldForField) {
   EXPECT_TRUE(copy->eventLog().events()[0]->automaticallyEnded());
 }
 
-TEST_F(TallixSessionTest, SavedSessionsKeepTheNewestFifty) {
+// The list is read once: a damaged entry is left out, and later changes are written from
+// memory, so what the file held meanwhile does not come back.
+TEST_F(TallixSessionTest, SavedSessionsAreReadOnceWithoutDamagedEntriesAndKeepTheNewestFifty) {
+  const auto path = harness.paths.savedSessions();
+  foundation::KeyedArchiver::archiveRootValue(
+      Value(Value::Array{Value(Value::Bytes{1}), Value(5), Value(Value::Bytes{2})}), path);
+  TallixSavedSessions saved(path, harness.settings,
+                            [&](TallixSession& s) { return harness.reporter.recordOf(s); });
+  EXPECT_EQ(saved.savedSessions(), (std::vector<Value::Bytes>{{1}, {2}}));
+  foundation::AtomicFile::write(path, "damaged");
+
   harness.settings.update([](TallixSettings& settings) { settings.maxSessionsSaved = 50; });
-  std::vector<std::vector<std::uint8_t>> records;
-  for (int i = 0; i < 53; ++i) {
+  std::vector<Value::Bytes> records;
+  for (int i = 0; i < 51; ++i) {
     harness.run([&] {
       session->setUserID("user" + std::to_string(i));
-      harness.saved.addToSavedSessions(*session);
+      saved.addToSavedSessions(*session);
     });
     records.push_back(*harness.run([&] { return harness.reporter.recordOf(*session); }));
+    if (i == 0) {  // written from memory, not from the damaged file
+      EXPECT_EQ(TallixSavedSessions(path, harness.settings, {}).savedSessions().size(), 3u);
+    }
   }
-  const auto saved = harness.saved.savedSessions();
-  ASSERT_EQ(saved.size(), 50u);
-  EXPECT_EQ(saved.front(), records[3]);
-  EXPECT_EQ(saved.back(), records[52]);
+  const auto reread = TallixSavedSessions(path, harness.settings, {}).savedSessions();
+  ASSERT_EQ(reread.size(), 50u);
+  EXPECT_EQ(reread.front(), records[1]);  // {1}, {2} and the first record went first
+  EXPECT_EQ(reread.back(), records[50]);
+  EXPECT_EQ(saved.savedSessions(), reread);
+}
+
+// Every request carries all origins, so they are capped, and say what they drop.
+TEST_F(TallixSessionTest, OriginsStopAtTheirCapWithADebugLine) {
+  testing::internal::CaptureStdout();
+  TallixLog::setLogLevel(TallixLog::kDebugLevel);
+  for (std::size_t i = 0; i <= TallixGlobalVariableStorage::kMaxOriginSets; ++i)
+    harness.settings.recordOrigin("origin" + std::to_string(i), "1.0", {});
+  TallixLog::setLogLevel(TallixLog::kRefusalLevel);
+  EXPECT_NE(testing::internal::GetCapturedStdout().find(
+                "Tallix: origin sets full, origin [origin32] dropped"),
+            std::string::npos);
+  EXPECT_EQ(harness.settings.settings().originSets.size(),
+            TallixGlobalVariableStorage::kMaxOriginSets);
 }
 
 TEST_F(TallixSessionTest, ALeftoverSessionFileIsReportedWhenTheNextSessionStarts) {

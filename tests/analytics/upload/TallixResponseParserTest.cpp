@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "analytics/core/settings/TallixPersistentMap.h"
+#include "analytics/core/support/TallixLog.h"
 #include "analytics/core/upload/TallixResponseParser.h"
 
 namespace tallix {
@@ -39,6 +40,24 @@ TEST(TallixResponseParserTest, KeepsTheCookiesReadInFullAndNothingOfAMalformedAn
   EXPECT_EQ(stored.entries().size(), 1u);
   EXPECT_TRUE(TallixResponseParser::parseResponse(cookieChunk(2, kTwoEntries), stored));
   EXPECT_EQ(stored.entries(), (foundation::Value::Dictionary{{"s", "42"}, {"id", ""}}));
+}
+
+TEST(TallixResponseParserTest, ACookiePastTheMapsCapacityOrTooLargeIsDroppedWithADebugLine) {
+  TallixPersistentMap cookies("persistentCookiesMap", 1);
+  cookies.setValue("s", "1");
+  Bytes entries = kTwoEntries;
+  const std::string big(TallixResponseParser::kMaxCookieBytes, 'x');
+  entries.insert(entries.end(),
+                 {0, 1, 'b', std::uint8_t(big.size() >> 8), std::uint8_t(big.size())});
+  entries.insert(entries.end(), big.begin(), big.end());
+  testing::internal::CaptureStdout();
+  TallixLog::setLogLevel(TallixLog::kDebugLevel);
+  EXPECT_TRUE(TallixResponseParser::parseResponse(cookieChunk(3, entries), cookies));
+  TallixLog::setLogLevel(TallixLog::kRefusalLevel);
+  const std::string output = testing::internal::GetCapturedStdout();
+  EXPECT_NE(output.find("Tallix: cookie map full, cookie [id] dropped"), std::string::npos);
+  EXPECT_NE(output.find("Tallix: cookie [b] too large, dropped"), std::string::npos);
+  EXPECT_EQ(cookies.entries(), (foundation::Value::Dictionary{{"s", "42"}}));
 }
 
 }  // namespace
