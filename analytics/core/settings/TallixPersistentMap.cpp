@@ -51,6 +51,12 @@ bool TallixPersistentMap::setValue(std::string_view key, Value value) {
   return true;
 }
 
+void TallixPersistentMap::removeValueForKey(std::string_view key) {
+  std::lock_guard lock(mutex_);
+  if (const auto found = entries_.find(key); found != entries_.end())
+    entries_.erase(found);
+}
+
 Value::Dictionary TallixPersistentMap::entries() const {
   std::lock_guard lock(mutex_);
   return entries_;

@@ -32,6 +32,7 @@ class TallixPersistentMap {
   std::optional<foundation::Value> valueForKey(std::string_view key) const;
   // False when the key is new and the map is full; nothing changes then.
   bool setValue(std::string_view key, foundation::Value value);
+  void removeValueForKey(std::string_view key);
   foundation::Value::Dictionary entries() const;
 
  private:
