@@ -4,6 +4,11 @@
 
 namespace app {
 
+QString AnalyticsServer::configurationUrl() const {
+  return (secure ? QStringLiteral("https://") : QStringLiteral("http://")) + hostAndPort +
+         QStringLiteral("/sdk/v1/config");
+}
+
 AnalyticsServer::Parsed AnalyticsServer::fromText(const QString& text) {
   if (text.trimmed().isEmpty())
     return std::monostate{};

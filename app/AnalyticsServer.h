@@ -16,6 +16,9 @@ struct AnalyticsServer {
   QString hostAndPort;
   bool secure = true;
 
+  // The agent's configuration service on the same server: its "/sdk/v1/config".
+  QString configurationUrl() const;
+
   // Nothing for an empty text; the reason for one that is not an http(s) server address.
   using Parsed = std::variant<std::monostate, AnalyticsServer, QString>;
   static Parsed fromText(const QString& text);

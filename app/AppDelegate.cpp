@@ -75,6 +75,9 @@ bool AppDelegate::didFinishLaunching(QApplication& application,
   if (analyticsServer) {
     tallix::Tallix::setSecureTransportEnabled(analyticsServer->secure);
     tallix::Tallix::setServerURL(analyticsServer->hostAndPort.toStdString());
+    // One address for the user to give: the same server also serves the configuration.
+    tallix::Tallix::setBeaconServerURL(analyticsServer->configurationUrl().toStdString());
+    tallix::Tallix::setBeaconEnabled(true);
   }
   tallix::Tallix::startSession(kTallixProjectKey);
   return true;

@@ -52,17 +52,13 @@ std::optional<std::string> describe(std::exception_ptr exception) {
 
 }  // namespace
 
-TallixAgent& TallixAgent::shared() {
-  static TallixAgent agent;
-  return agent;
-}
-
 TallixAgent::TallixAgent(TallixEnvironment environment)
     : environment_(std::move(environment)),
       center_(environment_.notificationCenter ? *environment_.notificationCenter
                                               : foundation::NotificationCenter::defaultCenter()),
       storage_(""),
-      impl_({*environment_.clock, storage_, center_, environment_.crashCapture}),
+      impl_({*environment_.clock, storage_, center_, environment_.crashCapture,
+             environment_.services}),
       uploads_(std::make_unique<TallixUploadService>(impl_.queueExecutor(), storage_,
                                                      *environment_.clock, center_)),
       heartBeater_(impl_.queue(), center_),
@@ -145,9 +141,11 @@ void TallixAgent::didFinishLaunchingWithOptionsInBackground(const Value& launchO
 void TallixAgent::startupNetworkAndSendSession() {
   const std::string apiKey = storage_.settings().apiKey;
   const auto directory = fileDirectory();
-  uploads_->agentDidStart(apiKey, directory);
+  const TallixAgentStart start{apiKey,   directory, storage_, uploads_->network(), *environment_.clock,
+                               center_, device(directory)};
+  uploads_->agentDidStart(start);
   for (const auto& service : environment_.services)
-    service->agentDidStart(apiKey, directory);
+    service->agentDidStart(start);
   heartBeater_.start(kHeartBeatInterval);
   createAndSendSession();
   TallixLog::debug("Tallix: Finish starting session with apiKey[%s]", apiKey.c_str());
@@ -164,14 +162,20 @@ void TallixAgent::createAndSendSession() {
     service->sessionDidStart(apiKey, sessionId);
 }
 
+const TallixDeviceDescription& TallixAgent::device(const std::filesystem::path& directory) {
+  std::call_once(deviceOnce_,
+                 [&] { device_ = TallixDeviceDescriber::describe(*application(), directory); });
+  return device_;
+}
+
 std::shared_ptr<TallixSessionReporter> TallixAgent::reporter(
     const std::filesystem::path& directory) {
   const auto app = application();
+  const TallixDeviceDescription& description = device(directory);
   std::lock_guard lock(mutex_);
   if (!reporter_) {
-    const TallixDeviceDescription device = TallixDeviceDescriber::describe(*app, directory);
     reporter_ = std::make_shared<TallixSessionReporter>(
-        storage_, *environment_.clock, device,
+        storage_, *environment_.clock, description,
         [network = uploads_->network()] { return network->networkStatus(); },
         [app] {
           const ScreenSize screen = app->screenSize();
@@ -347,6 +351,20 @@ void TallixAgent::setSecureTransportEnabled(bool enabled) {
   uploads_->network()->setSecureTransportEnabled(enabled);
 }
 
+void TallixAgent::setBeaconEnabled(bool enabled) {
+  storage_.setBeaconMonitoringEnabled(enabled);
+  TallixLog::debug("Tallix: setBeaconEnabled[%d]", enabled);
+}
+
+void TallixAgent::setBeaconServerURL(const std::string& url) {
+  if (!uploads_->network()->setConfigServerUrl(url)) {
+    TallixLog::refusal("Tallix: setBeaconServerURL failed -- [%s] is not an http(s) URL.",
+                       url.c_str());
+    return;
+  }
+  TallixLog::debug("Tallix: setBeaconServerURL[%s]", url.c_str());
+}
+
 void TallixAgent::setDelegate(std::weak_ptr<TallixDelegate> delegate) {
   std::lock_guard lock(mutex_);
   delegate_ = std::move(delegate);
@@ -456,6 +474,9 @@ void TallixAgent::setAge(int age) {
 
 void TallixAgent::setLatitude(double latitude, double longitude, double horizontalAccuracy,
                               double verticalAccuracy) {
+  storage_.update([&](TallixSettings& settings) {
+    settings.location = TallixSettings::Location{latitude, longitude, horizontalAccuracy};
+  });
   impl_.async([=](TallixSession& session) {
     session.setLatitude(latitude, longitude, horizontalAccuracy, verticalAccuracy);
   });

@@ -12,6 +12,7 @@
 #include "analytics/core/agent/TallixHeartBeater.h"
 #include "analytics/core/agent/TallixImpl.h"
 #include "analytics/core/agent/TallixUploadService.h"
+#include "analytics/core/report/TallixDeviceDescription.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
 #include "foundation/Value.h"
 #include "tallix/EventRecordResult.h"
@@ -24,13 +25,11 @@ class TallixDelegate;
 class TallixSessionReporter;
 
 // One analytics agent: its settings, its current session and the lifecycle that follows the
-// application's state. The facade's class methods work on the shared one; tests make their
-// own with a clock and a directory of their choosing. Arguments are checked here, on the
+// application's state. The facade's class methods work on one made with the standard
+// services; tests make their own with a clock and a directory of their choosing. Arguments are checked here, on the
 // caller's thread; session work goes to the agent queue.
 class TallixAgent {
  public:
-  static TallixAgent& shared();
-
   explicit TallixAgent(TallixEnvironment environment = {});
   ~TallixAgent();
   TallixAgent(const TallixAgent&) = delete;
@@ -60,6 +59,9 @@ class TallixAgent {
   void setServerURL(const std::string& server);
   // On by default: https, or plain http when switched off.
   void setSecureTransportEnabled(bool enabled);
+  void setBeaconEnabled(bool enabled);
+  // A full http(s) URL; refused with a log line otherwise.
+  void setBeaconServerURL(const std::string& url);
   void setDelegate(std::weak_ptr<TallixDelegate> delegate);
 
   EventRecordResult logEvent(const foundation::Value& eventName,
@@ -98,6 +100,8 @@ class TallixAgent {
   std::filesystem::path fileDirectory() const;
   void startupNetworkAndSendSession();
   void createAndSendSession();
+  // Read once, when the agent starts.
+  const TallixDeviceDescription& device(const std::filesystem::path& directory);
   // Made once, with the device's description, on the first session's start.
   std::shared_ptr<TallixSessionReporter> reporter(const std::filesystem::path& directory);
   void copySettingsIntoSession();
@@ -116,6 +120,8 @@ class TallixAgent {
   std::shared_ptr<TallixApplication> application_;
   std::weak_ptr<TallixDelegate> delegate_;
   bool showErrorInLog_ = false;
+  std::once_flag deviceOnce_;
+  TallixDeviceDescription device_;
   std::shared_ptr<TallixSessionReporter> reporter_;
   TallixImpl impl_;
   // After the queue's owner: gone first, so the network is no longer followed while the

@@ -61,7 +61,8 @@ TallixImpl::KeyedParts& TallixImpl::keyedParts(const std::string& apiKey,
       });
   keyed_->context = std::make_shared<const TallixSessionContext>(TallixSessionContext{
       parts_.clock, parts_.settings, counters_, paths, *keyed_->savedSessions, saver_,
-      keyed_->measurements, *keyed_->reporter, parts_.notificationCenter, parts_.crashCapture});
+      keyed_->measurements, *keyed_->reporter, parts_.notificationCenter, parts_.crashCapture,
+      parts_.services});
   keyed_->factory = std::make_unique<TallixSessionFactory>(keyed_->context);
   return *keyed_;
 }

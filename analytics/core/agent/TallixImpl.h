@@ -25,6 +25,7 @@ class NotificationCenter;
 
 namespace tallix {
 
+class TallixAgentService;
 class TallixClock;
 class TallixCrashCapture;
 class TallixGlobalVariableStorage;
@@ -47,6 +48,7 @@ class TallixImpl {
     TallixGlobalVariableStorage& settings;
     foundation::NotificationCenter& notificationCenter;
     std::shared_ptr<TallixCrashCapture> crashCapture;
+    const std::vector<std::shared_ptr<TallixAgentService>>& services;
   };
 
   explicit TallixImpl(Parts parts);

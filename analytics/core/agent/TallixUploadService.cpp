@@ -20,8 +20,9 @@ TallixUploadService::TallixUploadService(TallixDataSender::Executor onQueue,
   dataSender_->observeNetworkStatus(center);
 }
 
-void TallixUploadService::agentDidStart(const std::string& apiKey,
-                                        const std::filesystem::path& agentDirectory) {
+void TallixUploadService::agentDidStart(const TallixAgentStart& start) {
+  const std::string& apiKey = start.apiKey;
+  const std::filesystem::path& agentDirectory = start.agentDirectory;
   // Queued ahead of the first reachability news, which retransmits what earlier runs left.
   onQueue_([sender = dataSender_, apiKey, agentDirectory] {
     sender->setupForApiKey(agentDirectory, apiKey);

@@ -23,8 +23,7 @@ class TallixUploadService : public TallixAgentService {
   // Shared: queued uploads and report writers may ask for it after this service is gone.
   std::shared_ptr<TallixNetworkUtil> network() const { return network_; }
 
-  void agentDidStart(const std::string& apiKey,
-                     const std::filesystem::path& agentDirectory) override;
+  void agentDidStart(const TallixAgentStart& start) override;
   // Waits, at most the limit, until no upload is running; false when the limit was reached.
   bool waitUntilDelivered(std::chrono::milliseconds limit);
 

@@ -14,7 +14,10 @@ CURLM* newMultiHandle() {
 
 }  // namespace
 
-TallixCurlMulti::TallixCurlMulti() : multi_(newMultiHandle()) {}
+TallixCurlMulti::TallixCurlMulti(TallixConnectionLimits limits) : multi_(newMultiHandle()) {
+  curl_multi_setopt(multi_, CURLMOPT_MAX_TOTAL_CONNECTIONS, limits.total);
+  curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, limits.perHost);
+}
 
 TallixCurlMulti::~TallixCurlMulti() {
   removeAll();

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "analytics/core/net/TallixConnectionLimits.h"
 #include "analytics/core/net/TallixCurlTransfer.h"
 
 namespace tallix {
@@ -16,7 +17,7 @@ class TallixHttpAsyncTask;
 // A libcurl multi handle and the transfers on it. Used from one thread, except wakeUp().
 class TallixCurlMulti {
  public:
-  TallixCurlMulti();
+  explicit TallixCurlMulti(TallixConnectionLimits limits = {});
   ~TallixCurlMulti();
   TallixCurlMulti(const TallixCurlMulti&) = delete;
   TallixCurlMulti& operator=(const TallixCurlMulti&) = delete;

@@ -4,9 +4,10 @@
 #include "analytics/core/net/TallixHttpAsyncTask.h"
 
 namespace tallix {
-TallixHttpClient::TallixHttpClient(Executor completionExecutor)
+TallixHttpClient::TallixHttpClient(Executor completionExecutor,
+                                   TallixConnectionLimits limits)
     : completionExecutor_(std::move(completionExecutor)),
-      multi_(std::make_unique<TallixCurlMulti>()) {}
+      multi_(std::make_unique<TallixCurlMulti>(limits)) {}
 
 TallixHttpClient::~TallixHttpClient() {
   {

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "analytics/core/net/TallixConnectionLimits.h"
 #include "analytics/core/net/TallixHttpTransport.h"
 
 namespace tallix {
@@ -21,7 +22,8 @@ class TallixHttpClient final : public TallixHttpTransport {
  public:
   static constexpr std::chrono::milliseconds kPollInterval{250};
 
-  explicit TallixHttpClient(Executor completionExecutor);
+  explicit TallixHttpClient(Executor completionExecutor,
+                            TallixConnectionLimits limits = {});
   ~TallixHttpClient() override;
   TallixHttpClient(const TallixHttpClient&) = delete;
   TallixHttpClient& operator=(const TallixHttpClient&) = delete;

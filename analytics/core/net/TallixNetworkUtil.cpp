@@ -62,4 +62,22 @@ void TallixNetworkUtil::setSecureTransportEnabled(bool enabled) {
   secureTransport_ = enabled;
 }
 
+std::string TallixNetworkUtil::configServerUrl() const {
+  std::lock_guard lock(serverMutex_);
+  return configServerUrl_;
+}
+
+bool TallixNetworkUtil::setConfigServerUrl(const std::string& url) {
+  const auto schemeEnd = url.find("://");
+  const std::string scheme = url.substr(0, schemeEnd);
+  const bool valid = schemeEnd != std::string::npos && (scheme == "http" || scheme == "https") &&
+                     url.size() > schemeEnd + 3 && url.find_first_of(" \t\r\n") == std::string::npos &&
+                     url[schemeEnd + 3] != '/';
+  if (!valid)
+    return false;
+  std::lock_guard lock(serverMutex_);
+  configServerUrl_ = url;
+  return true;
+}
+
 }  // namespace tallix

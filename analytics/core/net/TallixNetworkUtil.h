@@ -44,6 +44,11 @@ class TallixNetworkUtil {
   // On by default: reports go over https, or plain http when switched off.
   void setSecureTransportEnabled(bool enabled);
 
+  // The configuration service's full URL; empty until one is set.
+  std::string configServerUrl() const;
+  // An http or https URL with a host; false, with nothing changed, for anything else.
+  bool setConfigServerUrl(const std::string& url);
+
  private:
   foundation::NotificationCenter& center_;
   std::atomic<int> status_ = kNotReachable;
@@ -51,6 +56,7 @@ class TallixNetworkUtil {
   std::string serverHost_;
   int serverPort_ = 0;
   bool secureTransport_ = true;
+  std::string configServerUrl_;
   std::unique_ptr<TallixReachability> reachability_;
 };
 

@@ -16,6 +16,8 @@ struct TallixDeviceDescription {
   // The agent's own id and the per-application vendor id; a body needs at least one.
   std::optional<std::string> tallixId;
   std::optional<std::string> identifierForVendor;
+  // A desktop has no advertising identifier whose tracking the user could allow.
+  bool adTrackingEnabled = false;
 };
 
 }  // namespace tallix

@@ -28,8 +28,6 @@ constexpr int kDeviceKindPhone = 2;
 constexpr int kApplicationKind = 1;
 constexpr int kTallixIdTag = 7;
 constexpr int kVendorIdTag = 6;
-// No advertising identifier exists on a desktop, so tracking by it is never enabled.
-constexpr bool kAdTrackingEnabled = false;
 
 void appendTextList(const Value& value, Value::Bytes& data) {
   if (const Value::Array* items = value.array()) {
@@ -73,7 +71,7 @@ std::optional<Value::Bytes> TallixRequestBodyWriter::dataForSessions(
   appendIdentifiers(data);
   Data::appendByte(0, data);
   Data::appendBoolean(sentReportSuccessfully, data);
-  Data::appendBoolean(kAdTrackingEnabled, data);
+  Data::appendBoolean(device_.adTrackingEnabled, data);
   Data::appendTimestamp(settings.initialTimestamp.value_or(currentSessionStart), data);
   Data::appendTimestamp(currentSessionStart, data);
   appendDeviceProperties(data);

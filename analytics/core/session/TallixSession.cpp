@@ -282,6 +282,8 @@ void TallixSession::pauseSession() {
   TallixLog::debug("TallixSession: Pause session with pauseTime[%s]",
                    fields_.pauseTime->description().c_str());
   finishSession();
+  for (const auto& service : context().services)
+    service->sessionDidPause(span());
   // Without an uploader the paused session stays on disk, to be reported when it ends.
   if (reportsNow(reportsOnPause_)) {
     context().reporter.sendSessionsToServerIncludingCurrentSession(*this, context().savedSessions);
@@ -290,6 +292,10 @@ void TallixSession::pauseSession() {
     saveToDisk();
   }
   context().settings.savePersistentGlobalsToDisk();
+}
+
+TallixSessionSpan TallixSession::span() const {
+  return {fields_.startTime, fields_.endTime, fields_.totalPauseIntervalMillis};
 }
 
 void TallixSession::markSessionAsResuming() {

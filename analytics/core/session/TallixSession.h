@@ -6,6 +6,7 @@
 #include <string>
 #include <system_error>
 
+#include "analytics/core/ports/TallixAgentService.h"
 #include "analytics/core/session/TallixEventLog.h"
 #include "analytics/core/session/TallixSessionFields.h"
 #include "foundation/Archivable.h"
@@ -89,6 +90,7 @@ class TallixSession : public foundation::Archivable,
   void endSession();
   void finishSession();
   bool isPaused() const { return fields_.pauseTime.has_value(); }
+  TallixSessionSpan span() const;
 
   // Hands over the events still pending here, for the next session to adopt.
   TallixEventLog::Events takePendingEvents();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "analytics/core/support/TallixFilePaths.h"
 
@@ -10,6 +11,7 @@ class NotificationCenter;
 
 namespace tallix {
 
+class TallixAgentService;
 class TallixAutoIncrement;
 class TallixClock;
 class TallixCrashCapture;
@@ -32,6 +34,8 @@ struct TallixSessionContext {
   TallixSessionReporter& reporter;
   foundation::NotificationCenter& notificationCenter;
   std::shared_ptr<TallixCrashCapture> crashCapture;
+  // Told of pauses and of a former session that never ended.
+  const std::vector<std::shared_ptr<TallixAgentService>>& services;
 };
 
 }  // namespace tallix

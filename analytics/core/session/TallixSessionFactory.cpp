@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "analytics/core/ports/TallixAgentService.h"
 #include "analytics/core/ports/TallixCrashCapture.h"
 #include "analytics/core/session/TallixSavedSessions.h"
 #include "analytics/core/session/TallixSession.h"
@@ -59,6 +60,8 @@ void TallixSessionFactory::saveFormerSession() {
   attachPendingCrashReport(*former);
   context_->savedSessions.addToSavedSessions(*former);
   TallixLog::debug("TallixSession: Add crashed former session");
+  for (const auto& service : context_->services)
+    service->formerSessionFound(former->span());
 }
 
 void TallixSessionFactory::attachPendingCrashReport(TallixSession& former) {

@@ -1,6 +1,7 @@
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "analytics/core/support/TallixFilePaths.h"
 #include "analytics/core/support/TallixLog.h"
@@ -104,6 +105,17 @@ void TallixGlobalVariableStorage::recordSessionProperties(const Value& propertie
   if (!properties.dictionary())
     return;
   update([&](TallixSettings& settings) { settings.sessionParameters = properties; });
+}
+
+bool TallixGlobalVariableStorage::analyticsEnabled() const {
+  return globals_.valueForKey("analyticsEnabled").value_or(false) == Value(true);
+}
+
+int TallixGlobalVariableStorage::logLevel() const {
+  const auto stored = globals_.valueForKey("logLevel");
+  const std::string* text = stored ? stored->string() : nullptr;
+  // Read as a number, like any stored text: "DEBUG" and the other symbols give 0.
+  return text ? std::atoi(text->c_str()) : 0;
 }
 
 void TallixGlobalVariableStorage::savePersistentGlobalsToDisk() {

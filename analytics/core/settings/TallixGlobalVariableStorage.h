@@ -54,6 +54,17 @@ class TallixGlobalVariableStorage {
   TallixPersistentMap& persistentBeaconPrepUrlsMap() { return beaconPrepUrls_; }
   void savePersistentGlobalsToDisk();
 
+  // Partner callbacks and the configuration they come from are fetched only while this is on.
+  bool beaconMonitoringEnabled() const { return beaconMonitoring_.load(); }
+  void setBeaconMonitoringEnabled(bool enabled) { beaconMonitoring_ = enabled; }
+  // One configuration exchange at a time: true for the caller that may start one.
+  bool markBeaconRequestPending() { return !beaconRequestPending_.exchange(true); }
+  void clearBeaconRequestPending() { beaconRequestPending_ = false; }
+  bool beaconRequestPending() const { return beaconRequestPending_.load(); }
+  // What the last configuration said; stored as it came, so a symbol reads back as 0.
+  bool analyticsEnabled() const;
+  int logLevel() const;
+
  private:
   template <typename Each>
   void forEachMap(Each&& each);
@@ -62,6 +73,8 @@ class TallixGlobalVariableStorage {
   TallixSettings settings_;
   std::atomic<bool> startSessionCalled_{false};
   std::atomic<bool> optedOut_{false};
+  std::atomic<bool> beaconMonitoring_{false};
+  std::atomic<bool> beaconRequestPending_{false};
   // A choice made before the key's maps were loaded, which loading them must not undo.
   std::mutex optOutMutex_;
   std::optional<bool> optOutBeforeMaps_;

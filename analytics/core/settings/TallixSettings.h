@@ -37,6 +37,13 @@ struct TallixSettings {
   std::optional<foundation::Date> initialTimestamp;
   std::optional<foundation::Date> pauseTime;
   std::optional<foundation::Date> lastPageViewDate;
+  // The application's last location: latitude, longitude, horizontal accuracy.
+  struct Location {
+    double latitude = 0;
+    double longitude = 0;
+    double horizontalAccuracy = 0;
+  };
+  std::optional<Location> location;
   std::optional<std::string> userID;
   std::optional<std::string> gender;
 

@@ -71,6 +71,11 @@ class Tallix {
   static void setServerURL(const std::string& server);
   // On by default: https, or plain http when switched off.
   static void setSecureTransportEnabled(bool enabled);
+  // Off by default. While on, the agent fetches its remote configuration at session starts
+  // and fires the partner callbacks it lists when sessions end.
+  static void setBeaconEnabled(bool enabled);
+  // The configuration service's full http(s) URL, such as "https://host/sdk/v1/config".
+  static void setBeaconServerURL(const std::string& url);
 
   static void pauseSession();
   static void pauseBackgroundSession();

@@ -66,7 +66,7 @@ class SessionHarness {
               [this](TallixSession& session) { return reporter.recordOf(session); }),
         context(std::make_shared<const TallixSessionContext>(
             TallixSessionContext{clock, settings, counters, paths, saved, saver, measurements,
-                                 reporter, center, nullptr})),
+                                 reporter, center, nullptr, services})),
         factory(context) {}
 
   ~SessionHarness() {
@@ -94,6 +94,7 @@ class SessionHarness {
   TallixAutoIncrement counters;
   FixedMeasurements measurements;
   foundation::NotificationCenter center;
+  std::vector<std::shared_ptr<TallixAgentService>> services;
   TallixFilePaths paths;
   TallixSessionReporter reporter{settings, clock, {}, {}, {}, nullptr};
   foundation::DispatchQueue queue{"test.session"};

@@ -1,5 +1,6 @@
 #include "tallix/Tallix.h"
 
+#include "analytics/config/callbacks/TallixBeaconEventController.h"
 #include "analytics/core/agent/TallixAgent.h"
 #include "analytics/core/support/TallixAgentVersion.h"
 #include "analytics/core/support/TallixExceptionHandler.h"
@@ -10,6 +11,16 @@ namespace tallix {
 using foundation::Value;
 
 namespace {
+
+// The agent behind the facade, with the services that build on its core.
+TallixAgent& sharedAgent() {
+  static TallixAgent agent([] {
+    TallixEnvironment environment;
+    environment.services.push_back(std::make_shared<TallixBeaconEventController>());
+    return environment;
+  }());
+  return agent;
+}
 
 // The agent keeps foundation values; the facade's own type is turned into one here and
 // nowhere else, so an application never meets the agent's internal types.
@@ -46,7 +57,7 @@ Value toValue(const TallixValue& value) {
 template <typename Result, typename Work>
 Result call(const char* method, Result refused, Work&& work) {
   try {
-    TallixAgent& agent = TallixAgent::shared();
+    TallixAgent& agent = sharedAgent();
     if (agent.hasUserOptedOut()) {
       TallixLog::refusal("Tallix: %s disabled.", method);
       return refused;
@@ -70,7 +81,7 @@ void call(const char* method, Work&& work) {
 // which checks it once the user's earlier choice is read from disk.
 template <typename Work>
 void unrefused(Work&& work) {
-  TallixExceptionHandler::guarded([&] { work(TallixAgent::shared()); });
+  TallixExceptionHandler::guarded([&] { work(sharedAgent()); });
 }
 
 }  // namespace
@@ -240,6 +251,15 @@ void Tallix::setServerURL(const std::string& server) {
 void Tallix::setSecureTransportEnabled(bool enabled) {
   call("+[Tallix setSecureTransportEnabled:]",
        [&](TallixAgent& agent) { agent.setSecureTransportEnabled(enabled); });
+}
+
+void Tallix::setBeaconEnabled(bool enabled) {
+  call("+[Tallix setBeaconEnabled:]", [&](TallixAgent& agent) { agent.setBeaconEnabled(enabled); });
+}
+
+void Tallix::setBeaconServerURL(const std::string& url) {
+  call("+[Tallix setBeaconServerURL:]",
+       [&](TallixAgent& agent) { agent.setBeaconServerURL(url); });
 }
 
 void Tallix::pauseSession() {
