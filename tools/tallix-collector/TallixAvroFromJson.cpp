@@ -112,6 +112,11 @@ void TallixAvroFromJson::fillPrimitive(avro_value_t& value, const json_t* given,
       const std::string text(json_string_value(given), json_string_length(given));
       return check(avro_value_set_string_len(&value, text.c_str(), text.size() + 1));
     }
+    case AVRO_BYTES: {
+      expect(json_is_string(given), path, "a string");
+      std::string bytes(json_string_value(given), json_string_length(given));
+      return check(avro_value_set_bytes(&value, bytes.data(), bytes.size()));
+    }
     case AVRO_INT32: {
       const json_int_t number = json_integer_value(given);
       expect(json_is_integer(given) && number >= std::numeric_limits<std::int32_t>::min() &&
