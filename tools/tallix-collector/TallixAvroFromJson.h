@@ -10,8 +10,8 @@
 namespace tallix {
 
 // Fills an Avro value from a JSON document shaped like the value: objects for records, symbol
-// names for enums, null or the value itself for unions, strings for bytes. avro-c does not keep the schema's
-// defaults, so the schema's JSON text is walked beside the value to supply absent members.
+// names for enums, null or the value itself for unions, strings for bytes. avro-c does not keep the
+// schema's defaults, so the schema's JSON text is walked beside the value to supply absent members.
 // Throws std::invalid_argument naming the member at fault, e.g. "callbacks/templates/0/method".
 class TallixAvroFromJson {
  public:
