@@ -151,9 +151,23 @@ TEST(TallixReportStoreTest, NumberingGoesOnFromTheFilesAlreadyThere) {
 }
 
 TEST(TallixCollectorOptionsTest, CommandLineSetsTheAnswerOrSaysWhatIsWrong) {
-  const char* full[] = {"tallix-collector", "--store", "out",        "--port", "8080",
-                        "--status",         "204",     "--delay-ms", "50",     "--cookies",
-                        "a=1,b=x=y",        "--host",  "0.0.0.0"};
+  const char* full[] = {"tallix-collector",
+                        "--store",
+                        "out",
+                        "--port",
+                        "8080",
+                        "--status",
+                        "204",
+                        "--delay-ms",
+                        "50",
+                        "--cookies",
+                        "a=1,b=x=y",
+                        "--host",
+                        "0.0.0.0",
+                        "--callback-status",
+                        "503",
+                        "--config",
+                        TALLIX_EXAMPLE_CONFIG};
   const auto options = TallixCollectorOptions::parse(std::size(full), full);
   EXPECT_EQ(options.store, "out");
   EXPECT_EQ(options.port, 8080);
@@ -161,6 +175,10 @@ TEST(TallixCollectorOptionsTest, CommandLineSetsTheAnswerOrSaysWhatIsWrong) {
   EXPECT_EQ(options.answer.status, 204);
   EXPECT_EQ(options.answer.delayMs, 50);
   EXPECT_EQ(options.answer.cookies, (TallixAnswerSettings::Cookies{{"a", "1"}, {"b", "x=y"}}));
+  EXPECT_EQ(options.answer.callbackStatus, 503);
+  ASSERT_TRUE(options.answer.config);
+  EXPECT_EQ(jsonText(options.answer.config->document(), "callbacks/templates/0/events/0"),
+            "tallix.session_end");
 
   const auto refused = [](std::vector<const char*> arguments) {
     arguments.insert(arguments.begin(), "tallix-collector");
@@ -174,6 +192,8 @@ TEST(TallixCollectorOptionsTest, CommandLineSetsTheAnswerOrSaysWhatIsWrong) {
   refused({"--store", "out", "--cookies", "=v"});
   refused({"--store", "out", "--verbose", "1"});
   refused({"--store"});
+  refused({"--store", "out", "--callback-status", "600"});
+  refused({"--store", "out", "--config", "/nonexistent/config.json"});
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <stdexcept>
 
 namespace tallix {
 
@@ -27,28 +28,66 @@ std::optional<std::string> integerMember(const json_t* control, const char* key,
 std::optional<std::string> TallixAnswerSettings::apply(const json_t* control) {
   if (!json_is_object(control))
     return "the control body must be a JSON object";
+  TallixAnswerSettings changed = *this;
+  if (auto error = changed.applyNumbers(control))
+    return error;
+  if (auto error = changed.applyCookies(control))
+    return error;
+  if (auto error = changed.applyConfig(control))
+    return error;
+  *this = std::move(changed);
+  return std::nullopt;
+}
+
+std::optional<std::string> TallixAnswerSettings::applyNumbers(const json_t* control) {
   json_int_t newStatus = status;
   json_int_t newDelay = delayMs;
+  json_int_t newCallbackStatus = callbackStatus;
   if (auto error = integerMember(control, "status", newStatus))
     return error;
   if (auto error = integerMember(control, "delayMs", newDelay))
+    return error;
+  if (auto error = integerMember(control, "callbackStatus", newCallbackStatus))
     return error;
   if (auto error = invalidStatus(newStatus))
     return error;
   if (auto error = invalidDelay(newDelay))
     return error;
-  Cookies newCookies = cookies;
-  if (const json_t* member = json_object_get(control, "cookies")) {
-    auto parsed = cookiesFromJson(member);
-    if (!parsed)
-      return "cookies must be an object of strings";
-    if (auto error = invalidCookies(*parsed))
-      return error;
-    newCookies = std::move(*parsed);
-  }
+  if (auto error = invalidStatus(newCallbackStatus))
+    return "callbackStatus: " + *error;
   status = static_cast<int>(newStatus);
   delayMs = static_cast<int>(newDelay);
-  cookies = std::move(newCookies);
+  callbackStatus = static_cast<int>(newCallbackStatus);
+  return std::nullopt;
+}
+
+std::optional<std::string> TallixAnswerSettings::applyCookies(const json_t* control) {
+  const json_t* member = json_object_get(control, "cookies");
+  if (!member)
+    return std::nullopt;
+  auto parsed = cookiesFromJson(member);
+  if (!parsed)
+    return "cookies must be an object of strings";
+  if (auto error = invalidCookies(*parsed))
+    return error;
+  cookies = std::move(*parsed);
+  return std::nullopt;
+}
+
+// null takes the configuration away, so that requests are answered 404 again.
+std::optional<std::string> TallixAnswerSettings::applyConfig(const json_t* control) {
+  const json_t* member = json_object_get(control, "config");
+  if (!member)
+    return std::nullopt;
+  if (json_is_null(member)) {
+    config.reset();
+    return std::nullopt;
+  }
+  try {
+    config = std::make_shared<const TallixConfigAnswer>(member);
+  } catch (const std::invalid_argument& fault) {
+    return std::string("config: ") + fault.what();
+  }
   return std::nullopt;
 }
 
@@ -60,6 +99,9 @@ TallixJson TallixAnswerSettings::toJson() const {
   for (const auto& [key, value] : cookies)
     json_object_set_new(cookieObject, key.c_str(), json_stringn(value.data(), value.size()));
   json_object_set_new(json.get(), "cookies", cookieObject);
+  json_object_set_new(json.get(), "callbackStatus", json_integer(callbackStatus));
+  json_object_set_new(json.get(), "config",
+                      config ? json_deep_copy(config->document()) : json_null());
   return json;
 }
 

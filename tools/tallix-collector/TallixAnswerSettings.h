@@ -2,27 +2,34 @@
 
 #include <jansson.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "tools/tallix-collector/TallixConfigAnswer.h"
 #include "tools/tallix-collector/TallixJson.h"
 
 namespace tallix {
 
-// How the collector answers an upload: the status, how long it waits first, and the cookies
-// it hands back for the agent to send with its next reports.
+// How the collector answers: for an upload the status, how long it waits first and the cookies
+// it hands back for the agent to send with its next reports; the configuration it hands out;
+// the status partner callbacks get.
 struct TallixAnswerSettings {
   using Cookies = std::vector<std::pair<std::string, std::string>>;
 
   int status = 200;
   int delayMs = 0;
   Cookies cookies;
+  int callbackStatus = 200;
+  // None answers configuration requests with 404.
+  std::shared_ptr<const TallixConfigAnswer> config;
 
-  // Takes the members a control body names ({"status":500,"delayMs":0,"cookies":{"k":"v"}});
-  // when any of them is invalid nothing changes and the reason is returned.
+  // Takes the members a control body names ({"status":500,"delayMs":0,"cookies":{"k":"v"},
+  // "callbackStatus":500,"config":{...} or null}); when any of them is invalid nothing changes
+  // and the reason is returned.
   std::optional<std::string> apply(const json_t* control);
   TallixJson toJson() const;
 
@@ -33,6 +40,9 @@ struct TallixAnswerSettings {
   static std::optional<std::string> invalidCookies(const Cookies& cookies);
 
  private:
+  std::optional<std::string> applyNumbers(const json_t* control);
+  std::optional<std::string> applyCookies(const json_t* control);
+  std::optional<std::string> applyConfig(const json_t* control);
   static std::optional<Cookies> cookiesFromJson(const json_t* object);
 };
 

@@ -1,6 +1,7 @@
 #include "tools/tallix-collector/TallixCollectorOptions.h"
 
 #include <charconv>
+#include <memory>
 #include <stdexcept>
 
 namespace tallix {
@@ -52,6 +53,16 @@ void TallixCollectorOptions::take(const std::string& option, const std::string& 
       throw std::invalid_argument("--cookies takes key=value pairs separated by commas");
     check(TallixAnswerSettings::invalidCookies(*cookies), option);
     answer.cookies = std::move(*cookies);
+  } else if (option == "--callback-status") {
+    answer.callbackStatus = integer(option, value);
+    check(TallixAnswerSettings::invalidStatus(answer.callbackStatus), option);
+  } else if (option == "--config") {
+    try {
+      answer.config =
+          std::make_shared<const TallixConfigAnswer>(TallixConfigAnswer::fromFile(value));
+    } catch (const std::invalid_argument& fault) {
+      throw std::invalid_argument(option + " " + fault.what());
+    }
   } else {
     throw std::invalid_argument("unknown option " + option);
   }

@@ -11,7 +11,8 @@ namespace tallix {
 struct TallixCollectorOptions {
   static constexpr const char* kUsage =
       "usage: tallix-collector --store DIR [--host HOST] [--port N] [--status N]\n"
-      "                        [--delay-ms N] [--cookies key=value,...]\n";
+      "                        [--delay-ms N] [--cookies key=value,...]\n"
+      "                        [--config FILE] [--callback-status N]\n";
 
   std::string host = "127.0.0.1";
   int port = 0;

@@ -4,11 +4,12 @@
 #include <sys/socket.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <span>
 #include <thread>
 
+#include "tools/tallix-collector/TallixClock.h"
 #include "tools/tallix-collector/TallixCookieChunk.h"
+#include "tools/tallix-collector/TallixJsonText.h"
 #include "tools/tallix-collector/TallixReportReader.h"
 #include "tools/tallix-collector/TallixReportRejected.h"
 #include "tools/tallix-collector/TallixReportStore.h"
@@ -19,27 +20,10 @@ namespace tallix {
 namespace {
 
 constexpr const char* kBinaryType = "application/octet-stream";
-constexpr const char* kJsonType = "application/json";
 // Far above any body the agent writes, low enough that a stray upload cannot fill the disk.
 constexpr std::size_t kLargestBody = 64 << 20;
 constexpr int kBadRequest = 400;
 constexpr int kUnsupportedMediaType = 415;
-
-std::int64_t nowMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
-
-std::string dumped(const json_t* json) {
-  const std::unique_ptr<char, decltype(&std::free)> text(json_dumps(json, JSON_INDENT(2)),
-                                                         &std::free);
-  return text ? std::string(text.get()) + "\n" : std::string();
-}
-
-std::string errorBody(const std::string& reason) {
-  const TallixJson error(json_pack("{s:s%}", "error", reason.data(), reason.size()));
-  return dumped(error.get());
-}
 
 // Parameters such as "; charset=binary" do not change what the body is.
 std::string mediaType(const httplib::Request& request) {
@@ -57,6 +41,8 @@ TallixCollectorServer::TallixCollectorServer(TallixReportStore& store,
                                              TallixAnswerSettings settings, std::ostream& console)
     : store_(store),
       console_(console),
+      configEndpoint_(console_),
+      callbackEndpoint_(console_),
       server_(std::make_unique<httplib::Server>()),
       settings_(std::move(settings)) {
   server_->set_payload_max_length(kLargestBody);
@@ -74,8 +60,10 @@ TallixCollectorServer::TallixCollectorServer(TallixReportStore& store,
     showControl(response);
   });
   server_->Get("/reports", [this](const httplib::Request&, httplib::Response& response) {
-    listReports(response);
+    showList(store_.list().get(), response);
   });
+  serveConfig();
+  serveCallbacks();
 }
 
 TallixCollectorServer::~TallixCollectorServer() = default;
@@ -109,6 +97,34 @@ void TallixCollectorServer::stop() {
   }
 }
 
+void TallixCollectorServer::serveConfig() {
+  server_->Post("/sdk/v1/config",
+                [this](const httplib::Request& request, httplib::Response& response) {
+                  configEndpoint_.receive(request, response, currentSettings().config.get());
+                });
+  server_->Get("/config-requests", [this](const httplib::Request&, httplib::Response& response) {
+    showList(configEndpoint_.list().get(), response);
+  });
+}
+
+// Registered last: httplib tries the routes in order, so these take only what no other route
+// serves.
+void TallixCollectorServer::serveCallbacks() {
+  server_->Get("/callbacks", [this](const httplib::Request&, httplib::Response& response) {
+    showList(callbackEndpoint_.list().get(), response);
+  });
+  const auto receive = [this](const httplib::Request& request, httplib::Response& response) {
+    callbackEndpoint_.receive(request, response, currentSettings().callbackStatus);
+  };
+  const char* anyPath = ".*";
+  server_->Get(anyPath, receive);
+  server_->Post(anyPath, receive);
+  server_->Put(anyPath, receive);
+  server_->Patch(anyPath, receive);
+  server_->Delete(anyPath, receive);
+  server_->Options(anyPath, receive);
+}
+
 void TallixCollectorServer::receiveReport(const httplib::Request& request,
                                           httplib::Response& response) {
   auto [stored, rejectionStatus] = examine(request);
@@ -117,8 +133,9 @@ void TallixCollectorServer::receiveReport(const httplib::Request& request,
   std::this_thread::sleep_for(std::chrono::milliseconds(settings.delayMs));
   if (rejectionStatus) {
     response.status = rejectionStatus;
-    response.set_content(errorBody(json_string_value(json_object_get(stored.get(), "reason"))),
-                         kJsonType);
+    response.set_content(
+        TallixJsonText::error(json_string_value(json_object_get(stored.get(), "reason"))),
+        TallixJsonText::kContentType);
     return;
   }
   response.status = settings.status;
@@ -127,7 +144,7 @@ void TallixCollectorServer::receiveReport(const httplib::Request& request,
 
 std::pair<TallixJson, int> TallixCollectorServer::examine(const httplib::Request& request) const {
   const auto body = bytesOf(request.body);
-  const std::int64_t receivedAt = nowMs();
+  const std::int64_t receivedAt = tallixNowMs();
   const std::string type = mediaType(request);
   if (type != kBinaryType) {
     return {TallixStoredReport::rejected("content-type \"" + type + "\", not " + kBinaryType, body,
@@ -143,11 +160,8 @@ std::pair<TallixJson, int> TallixCollectorServer::examine(const httplib::Request
 
 void TallixCollectorServer::keep(json_t* stored) {
   const std::error_code error = store_.save(stored);
-  const std::scoped_lock lock(consoleMutex_);
-  console_ << TallixStoredReport::summary(stored);
-  if (error)
-    console_ << " (not stored: " << error.message() << ")";
-  console_ << std::endl;
+  console_.line(TallixStoredReport::summary(stored) +
+                (error ? " (not stored: " + error.message() + ")" : ""));
 }
 
 void TallixCollectorServer::control(const httplib::Request& request, httplib::Response& response) {
@@ -159,18 +173,19 @@ void TallixCollectorServer::control(const httplib::Request& request, httplib::Re
   }
   if (error) {
     response.status = kBadRequest;
-    response.set_content(errorBody(*error), kJsonType);
+    response.set_content(TallixJsonText::error(*error), TallixJsonText::kContentType);
     return;
   }
   showControl(response);
 }
 
 void TallixCollectorServer::showControl(httplib::Response& response) {
-  response.set_content(dumped(currentSettings().toJson().get()), kJsonType);
+  response.set_content(TallixJsonText::dumped(currentSettings().toJson().get()),
+                       TallixJsonText::kContentType);
 }
 
-void TallixCollectorServer::listReports(httplib::Response& response) {
-  response.set_content(dumped(store_.list().get()), kJsonType);
+void TallixCollectorServer::showList(const json_t* list, httplib::Response& response) {
+  response.set_content(TallixJsonText::dumped(list), TallixJsonText::kContentType);
 }
 
 TallixAnswerSettings TallixCollectorServer::currentSettings() const {

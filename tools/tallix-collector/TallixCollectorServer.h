@@ -8,6 +8,9 @@
 #include <string>
 
 #include "tools/tallix-collector/TallixAnswerSettings.h"
+#include "tools/tallix-collector/TallixCallbackEndpoint.h"
+#include "tools/tallix-collector/TallixConfigEndpoint.h"
+#include "tools/tallix-collector/TallixConsole.h"
 
 namespace httplib {
 class Server;
@@ -19,8 +22,10 @@ namespace tallix {
 
 class TallixReportStore;
 
-// The collector's HTTP side: "POST /aas.do" takes uploads, "POST /control" changes how they are
-// answered while it runs (GET shows it), "GET /reports" lists what was stored.
+// The collector's HTTP side: "POST /aas.do" takes uploads, "POST /sdk/v1/config" hands out the
+// configuration, any other path stands in for a partner callback. "POST /control" changes the
+// answers while it runs (GET shows them); "GET /reports", "GET /config-requests" and
+// "GET /callbacks" list what arrived.
 class TallixCollectorServer {
  public:
   TallixCollectorServer(TallixReportStore& store, TallixAnswerSettings settings,
@@ -37,19 +42,22 @@ class TallixCollectorServer {
   void receiveReport(const httplib::Request& request, httplib::Response& response);
   void control(const httplib::Request& request, httplib::Response& response);
   void showControl(httplib::Response& response);
-  void listReports(httplib::Response& response);
+  void serveConfig();
+  void serveCallbacks();
+  static void showList(const json_t* list, httplib::Response& response);
   // The decoded report, or the rejection and the status that tells the agent so.
   std::pair<TallixJson, int> examine(const httplib::Request& request) const;
   void keep(json_t* stored);
   TallixAnswerSettings currentSettings() const;
 
   TallixReportStore& store_;
-  std::ostream& console_;
+  TallixConsole console_;
+  TallixConfigEndpoint configEndpoint_;
+  TallixCallbackEndpoint callbackEndpoint_;
   std::unique_ptr<httplib::Server> server_;
   int listeningSocket_ = -1;
   mutable std::mutex settingsMutex_;
   TallixAnswerSettings settings_;
-  std::mutex consoleMutex_;
   std::atomic<bool> stopRequested_ = false;
   std::atomic<bool> listenReturned_ = false;
 };

@@ -2,7 +2,7 @@
 // for integration tests.
 //
 //   tallix-collector --store DIR [--host HOST] [--port N] [--status N] [--delay-ms N]
-//                    [--cookies key=value,...]
+//                    [--cookies key=value,...] [--config FILE] [--callback-status N]
 //
 // Listens on HOST (127.0.0.1) and PORT (0 takes a free one) and prints
 // "listening on http://HOST:PORT" first. Each "POST /aas.do" body is checked against its
@@ -11,10 +11,15 @@
 // stored too, with the reason, and answered 400 (415 for another content type).
 //
 // Accepted uploads are answered with --status (200) after --delay-ms (0), with the cookie
-// chunk when --cookies names any. While it runs:
+// chunk when --cookies names any. "POST /sdk/v1/config" is answered with the JSON document of
+// --config encoded in Avro, once the request's header fields, checksum and body check out. Any
+// other path takes a partner callback, answered with --callback-status (200). While it runs:
 //   curl -d '{"status":500,"delayMs":2000,"cookies":{"k":"v"}}' http://HOST:PORT/control
-//   curl http://HOST:PORT/control     the current answer
-//   curl http://HOST:PORT/reports     every stored report as one JSON array
+//   curl -d '{"callbackStatus":500,"config":{...}}' http://HOST:PORT/control
+//   curl http://HOST:PORT/control          the current answers
+//   curl http://HOST:PORT/reports          every stored report as one JSON array
+//   curl http://HOST:PORT/config-requests  every decoded configuration request
+//   curl http://HOST:PORT/callbacks        every callback, in arrival order
 // SIGINT or SIGTERM stops it.
 
 #include <pthread.h>
