@@ -43,6 +43,11 @@ std::optional<std::string> TallixAnswerSettings::applyNumbers(const json_t* cont
   json_int_t newStatus = status;
   json_int_t newDelay = delayMs;
   json_int_t newCallbackStatus = callbackStatus;
+  json_int_t newConfigDelay = configDelayMs;
+  if (auto error = integerMember(control, "configDelayMs", newConfigDelay))
+    return error;
+  if (auto error = invalidDelay(newConfigDelay))
+    return "configDelayMs: " + *error;
   if (auto error = integerMember(control, "status", newStatus))
     return error;
   if (auto error = integerMember(control, "delayMs", newDelay))
@@ -58,6 +63,7 @@ std::optional<std::string> TallixAnswerSettings::applyNumbers(const json_t* cont
   status = static_cast<int>(newStatus);
   delayMs = static_cast<int>(newDelay);
   callbackStatus = static_cast<int>(newCallbackStatus);
+  configDelayMs = static_cast<int>(newConfigDelay);
   return std::nullopt;
 }
 
@@ -100,6 +106,7 @@ TallixJson TallixAnswerSettings::toJson() const {
     json_object_set_new(cookieObject, key.c_str(), json_stringn(value.data(), value.size()));
   json_object_set_new(json.get(), "cookies", cookieObject);
   json_object_set_new(json.get(), "callbackStatus", json_integer(callbackStatus));
+  json_object_set_new(json.get(), "configDelayMs", json_integer(configDelayMs));
   json_object_set_new(json.get(), "config",
                       config ? json_deep_copy(config->document()) : json_null());
   return json;

@@ -24,11 +24,13 @@ struct TallixAnswerSettings {
   int delayMs = 0;
   Cookies cookies;
   int callbackStatus = 200;
+  // How long a configuration answer waits: a slow or hanging configuration service.
+  int configDelayMs = 0;
   // None answers configuration requests with 404.
   std::shared_ptr<const TallixConfigAnswer> config;
 
   // Takes the members a control body names ({"status":500,"delayMs":0,"cookies":{"k":"v"},
-  // "callbackStatus":500,"config":{...} or null}); when any of them is invalid nothing changes
+  // "callbackStatus":500,"configDelayMs":0,"config":{...} or null}); when any of them is invalid nothing changes
   // and the reason is returned.
   std::optional<std::string> apply(const json_t* control);
   TallixJson toJson() const;

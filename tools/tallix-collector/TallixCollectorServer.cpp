@@ -100,7 +100,9 @@ void TallixCollectorServer::stop() {
 void TallixCollectorServer::serveConfig() {
   server_->Post("/sdk/v1/config",
                 [this](const httplib::Request& request, httplib::Response& response) {
-                  configEndpoint_.receive(request, response, currentSettings().config.get());
+                  const TallixAnswerSettings settings = currentSettings();
+                  std::this_thread::sleep_for(std::chrono::milliseconds(settings.configDelayMs));
+                  configEndpoint_.receive(request, response, settings.config.get());
                 });
   server_->Get("/config-requests", [this](const httplib::Request&, httplib::Response& response) {
     showList(configEndpoint_.list().get(), response);

@@ -81,8 +81,8 @@ class TallixGlobalVariableStorage {
   TallixPersistentMap globals_{"persistentGlobalsMap"};
   TallixPersistentMap cookies_{"persistentCookiesMap", kMaxCookies};
   TallixPersistentMap urls_{"persistentUrlsMap"};
-  TallixPersistentMap beaconUrls_{"persistentBeaconUrlsMap"};
-  TallixPersistentMap beaconPrepUrls_{"persistentBeaconPrepUrlsMap"};
+  TallixPersistentMap beaconUrls_{"tallixPersistenBeaconUrlsData"};
+  TallixPersistentMap beaconPrepUrls_{"tallixPersistenBeaconPrepUrlsData"};
 };
 
 }  // namespace tallix

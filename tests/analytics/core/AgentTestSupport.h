@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "TemporaryDirectory.h"
+#include "tests/analytics/FixedClock.h"
 #include "analytics/core/agent/TallixEnvironment.h"
 #include "analytics/core/model/TallixAutoIncrement.h"
 #include "analytics/core/report/TallixSessionReporter.h"
@@ -26,21 +27,6 @@
 #include "tallix/TallixApplication.h"
 
 namespace tallix {
-
-// 2026-11-23 09:00:00 UTC: a whole second, so offsets added in tests stay exact enough.
-inline constexpr double kTestEpoch = 1795424400.0;
-
-// A clock that moves only when a test moves it.
-class ManualClock : public TallixClock {
- public:
-  foundation::Date now() const override {
-    return foundation::Date::fromTimeIntervalSince1970(seconds_.load());
-  }
-  void advance(double seconds) { seconds_ = seconds_.load() + seconds; }
-
- private:
-  std::atomic<double> seconds_{kTestEpoch};
-};
 
 // Fixed readings, so sessions compare equal across runs.
 class FixedMeasurements : public TallixSessionMeasurements {

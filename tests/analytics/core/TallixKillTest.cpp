@@ -1,12 +1,5 @@
 // A process killed while it logs: what it logged before the kill is on disk, and the next
 // start reports the killed session and begins a new one.
-#include <fcntl.h>
-#include <poll.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <random>
@@ -15,9 +8,8 @@
 #include <thread>
 
 #include "AgentTestSupport.h"
+#include "tests/analytics/SpawnedChild.h"
 #include "analytics/core/agent/TallixAgent.h"
-
-extern char** environ;
 
 namespace tallix {
 namespace {
@@ -27,78 +19,6 @@ using namespace std::chrono_literals;
 
 constexpr const char* kApiKey = "KILL TEST";
 constexpr const char* kFileKey = "KILLTEST";
-// Sanitized children start slowly; these only bound a wait that normally ends at once.
-constexpr auto kLineTimeout = 30s;
-constexpr auto kReapTimeout = 10s;
-
-// The child program, killed on the way out should a test stop early.
-class LoggingChild {
- public:
-  explicit LoggingChild(const std::filesystem::path& directory) {
-    int fds[2];
-    if (::pipe2(fds, O_CLOEXEC) != 0)
-      return;
-    output_ = fds[0];
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, fds[1], STDOUT_FILENO);
-    std::string program = TALLIX_KILL_CHILD_PATH;
-    std::string directoryArgument = directory.string();
-    std::string key = kApiKey;
-    char* argv[] = {program.data(), directoryArgument.data(), key.data(), nullptr};
-    if (::posix_spawn(&pid_, program.c_str(), &actions, nullptr, argv, environ) != 0)
-      pid_ = -1;
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(fds[1]);
-  }
-
-  ~LoggingChild() {
-    kill();
-    if (output_ >= 0)
-      ::close(output_);
-  }
-  LoggingChild(const LoggingChild&) = delete;
-  LoggingChild& operator=(const LoggingChild&) = delete;
-
-  bool started() const { return pid_ > 0; }
-
-  // The first line the child writes, or "" when none comes in time.
-  std::string readLine() {
-    std::string line;
-    const auto deadline = std::chrono::steady_clock::now() + kLineTimeout;
-    char c = 0;
-    while (c != '\n') {
-      const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-          deadline - std::chrono::steady_clock::now());
-      pollfd ready{output_, POLLIN, 0};
-      if (left <= 0ms || ::poll(&ready, 1, static_cast<int>(left.count())) <= 0)
-        return "";
-      if (::read(output_, &c, 1) != 1)
-        return "";
-      line += c;
-    }
-    return line;
-  }
-
-  // Kills the child and reaps it; true when it died of the kill, not on its own.
-  bool kill() {
-    if (pid_ <= 0)
-      return false;
-    ::kill(pid_, SIGKILL);
-    const auto deadline = std::chrono::steady_clock::now() + kReapTimeout;
-    int status = 0;
-    pid_t reaped = 0;
-    while ((reaped = ::waitpid(pid_, &status, WNOHANG)) == 0 &&
-           std::chrono::steady_clock::now() < deadline)
-      std::this_thread::sleep_for(1ms);
-    pid_ = -1;
-    return reaped > 0 && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
-  }
-
- private:
-  pid_t pid_ = -1;
-  int output_ = -1;
-};
 
 bool recordMentions(const Value& record, std::string_view text) {
   const auto* bytes = record.bytes();
@@ -119,7 +39,7 @@ std::shared_ptr<TallixSession> currentSessionFileIn(const std::filesystem::path&
 // events the line announced, or -1 after a failure already reported.
 int killChildAfterItsLine(const std::filesystem::path& directory,
                           std::chrono::microseconds delay = 0us) {
-  LoggingChild child(directory);
+  SpawnedChild child({TALLIX_KILL_CHILD_PATH, directory.string(), kApiKey});
   EXPECT_TRUE(child.started()) << TALLIX_KILL_CHILD_PATH;
   const std::string line = child.readLine();
   EXPECT_FALSE(line.empty()) << "the child never said how many events it logged";
