@@ -100,6 +100,8 @@ void TallixBeaconEventController::substituteParamsInURL(
   }
 }
 
+TallixBeaconEventController::TallixBeaconEventController() : TallixBeaconEventController(Timing()) {}
+
 TallixBeaconEventController::TallixBeaconEventController(Timing timing) : timing_(timing) {}
 
 TallixBeaconEventController::~TallixBeaconEventController() {

@@ -59,7 +59,8 @@ class TallixBeaconEventController : public TallixAgentService,
   static void substituteParamsInURL(std::string& url,
                                     const std::map<std::string, std::string>& values);
 
-  explicit TallixBeaconEventController(Timing timing = {});
+  TallixBeaconEventController();
+  explicit TallixBeaconEventController(Timing timing);
   ~TallixBeaconEventController() override;
 
   void agentDidStart(const TallixAgentStart& start) override;

@@ -16,6 +16,7 @@
 #include "analytics/config/exchange/TallixBeaconSettingsStore.h"
 #include "analytics/core/net/TallixNetworkUtil.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
+#include "analytics/core/support/TallixClock.h"
 #include "analytics/core/support/TallixLog.h"
 #include "foundation/NotificationCenter.h"
 #include "tests/analytics/config/BeaconKillChildProtocol.h"
