@@ -81,7 +81,13 @@ int main(int argc, char** argv) {
   int sessions = 0;
   while (sessions < tallix::BeaconKillChildProtocol::kSessionsBeforeTheLine)
     runSession(*controller, sessions++);
-  controller->waitUntilIdle(10s);
+  // Every session leaves one URL, prepared or pending; once all are stored, the clock starts.
+  const auto stored = [&storage] {
+    return storage.persistentBeaconPrepUrlsMap().entries().size() +
+           storage.persistentBeaconUrlsMap().entries().size();
+  };
+  while (stored() < static_cast<std::size_t>(sessions))
+    std::this_thread::sleep_for(1ms);
   std::this_thread::sleep_for(kSettleTime);
   std::printf("%d\n", sessions);
   std::fflush(stdout);
