@@ -158,8 +158,12 @@ void TallixAgent::createAndSendSession() {
   copySettingsIntoSession();
   const std::string sessionId = TallixSession::sessionIdFor(startTime);
   tellDelegate(apiKey, sessionId);
-  for (const auto& service : environment_.services)
-    service->sessionDidStart(apiKey, sessionId);
+  // From the queue, behind the session's set-up and whatever the previous session still had
+  // to do, so a service hears of its pause before it hears of this start.
+  impl_.queue().async([services = environment_.services, apiKey, sessionId] {
+    for (const auto& service : services)
+      service->sessionDidStart(apiKey, sessionId);
+  });
 }
 
 const TallixDeviceDescription& TallixAgent::device(const std::filesystem::path& directory) {
