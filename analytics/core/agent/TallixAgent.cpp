@@ -143,9 +143,11 @@ void TallixAgent::startupNetworkAndSendSession() {
   const auto directory = fileDirectory();
   const TallixAgentStart start{apiKey,   directory, storage_, uploads_->network(), *environment_.clock,
                                center_, device(directory)};
-  uploads_->agentDidStart(start);
+  // The services first: the uploader starts following the network, and its first news must
+  // reach them too.
   for (const auto& service : environment_.services)
     service->agentDidStart(start);
+  uploads_->agentDidStart(start);
   heartBeater_.start(kHeartBeatInterval);
   createAndSendSession();
   TallixLog::debug("Tallix: Finish starting session with apiKey[%s]", apiKey.c_str());
