@@ -181,9 +181,11 @@ void pendingAfterTheNetworkReturns(Collector& collector) {
       static_cast<long long>(foundation::Date::now().timeIntervalSince1970()) + 86400);
   for (int number = 0; number < kPendingCallbacks; ++number) {
     const std::string url = collector.url("/pending?n=" + std::to_string(number));
-    storage.persistentBeaconUrlsMap().setValue(
-        url, Value::Dictionary{{"invokeURL", url}, {"method", "GET"}, {"beingFired", false},
-                               {"repeatDuration", 30}, {"expiration", expiration}});
+    storage.persistentBeaconUrlsMap().setValue(url, Value::Dictionary{{"invokeURL", url},
+                                                                      {"method", "GET"},
+                                                                      {"beingFired", false},
+                                                                      {"repeatDuration", 30},
+                                                                      {"expiration", expiration}});
   }
   auto network = std::make_shared<TallixNetworkUtil>(center, "");
   const TallixSystemClock clock;
@@ -195,8 +197,7 @@ void pendingAfterTheNetworkReturns(Collector& collector) {
   int mostConnections = 0;
   const auto start = Clock::now();
   network->reachabilityChanged(true);
-  while (!storage.persistentBeaconUrlsMap().entries().empty() &&
-         Clock::now() - start < 30s) {
+  while (!storage.persistentBeaconUrlsMap().entries().empty() && Clock::now() - start < 30s) {
     mostConnections = std::max(mostConnections, openConnections(collector.port));
     std::this_thread::sleep_for(1ms);
   }
@@ -204,10 +205,10 @@ void pendingAfterTheNetworkReturns(Collector& collector) {
   controller->waitUntilIdle(5s);
   std::this_thread::sleep_for(100ms);
   const int arrived = collector.arrivals.arrived() - before;
-  std::printf("%d pending callbacks after the network came back: %.1f ms to deliver all (goal "
-              "2000 ms); %d arrivals (%d more than once); at most %d connections open at once\n",
-              kPendingCallbacks, elapsed.count(), arrived, arrived - kPendingCallbacks,
-              mostConnections);
+  std::printf(
+      "%d pending callbacks after the network came back: %.1f ms to deliver all (goal "
+      "2000 ms); %d arrivals (%d more than once); at most %d connections open at once\n",
+      kPendingCallbacks, elapsed.count(), arrived, arrived - kPendingCallbacks, mostConnections);
   std::filesystem::remove_all(directory);
 }
 

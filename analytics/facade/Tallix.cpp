@@ -258,8 +258,7 @@ void Tallix::setBeaconEnabled(bool enabled) {
 }
 
 void Tallix::setBeaconServerURL(const std::string& url) {
-  call("+[Tallix setBeaconServerURL:]",
-       [&](TallixAgent& agent) { agent.setBeaconServerURL(url); });
+  call("+[Tallix setBeaconServerURL:]", [&](TallixAgent& agent) { agent.setBeaconServerURL(url); });
 }
 
 void Tallix::pauseSession() {

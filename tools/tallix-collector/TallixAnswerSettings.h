@@ -30,8 +30,8 @@ struct TallixAnswerSettings {
   std::shared_ptr<const TallixConfigAnswer> config;
 
   // Takes the members a control body names ({"status":500,"delayMs":0,"cookies":{"k":"v"},
-  // "callbackStatus":500,"configDelayMs":0,"config":{...} or null}); when any of them is invalid nothing changes
-  // and the reason is returned.
+  // "callbackStatus":500,"configDelayMs":0,"config":{...} or null}); when any of them is invalid
+  // nothing changes and the reason is returned.
   std::optional<std::string> apply(const json_t* control);
   TallixJson toJson() const;
 

@@ -100,7 +100,8 @@ void TallixBeaconEventController::substituteParamsInURL(
   }
 }
 
-TallixBeaconEventController::TallixBeaconEventController() : TallixBeaconEventController(Timing()) {}
+TallixBeaconEventController::TallixBeaconEventController()
+    : TallixBeaconEventController(Timing()) {}
 
 TallixBeaconEventController::TallixBeaconEventController(Timing timing) : timing_(timing) {}
 
@@ -143,15 +144,13 @@ void TallixBeaconEventController::registerForNotifications(foundation::Notificat
   center.addObserver(kApplicationDidBecomeActiveNotification, this, [this](const auto&) {
     onQueue([this](Started& started) { appWillResume(started); });
   });
-  center.addObserver(TallixNetworkUtil::kStatusChangedNotification, this,
-                     [this](const foundation::Notification& notification) {
-                       const Value* status = notification.userInfo.find("networkStatus");
-                       const bool reachable =
-                           status && status->integer() == TallixNetworkUtil::kReachable;
-                       onQueue([this, reachable](Started& started) {
-                         networkStatusChanged(started, reachable);
-                       });
-                     });
+  center.addObserver(
+      TallixNetworkUtil::kStatusChangedNotification, this,
+      [this](const foundation::Notification& notification) {
+        const Value* status = notification.userInfo.find("networkStatus");
+        const bool reachable = status && status->integer() == TallixNetworkUtil::kReachable;
+        onQueue([this, reachable](Started& started) { networkStatusChanged(started, reachable); });
+      });
 }
 
 void TallixBeaconEventController::sessionDidStart(const std::string&, const std::string&) {
@@ -231,9 +230,10 @@ void TallixBeaconEventController::processEvent(Started& started, const std::stri
         continue;
       std::string url = callback->uriTemplate().value_or("");
       substituteParamsInURL(url, values);
-      urls.push_back({.invokeURL = std::move(url),
-                      .method = TallixBeaconAppTemplate::beaconMethodEnumToString(callback->method()),
-                      .eventString = event});
+      urls.push_back(
+          {.invokeURL = std::move(url),
+           .method = TallixBeaconAppTemplate::beaconMethodEnumToString(callback->method()),
+           .eventString = event});
     }
   }
   started.urls.prepare(sessionKey, event, urls);
@@ -249,9 +249,9 @@ void TallixBeaconEventController::asyncInvokeURLWithParams(Started& started, Tal
   url.beingFired = true;
   url.expiration = started.nowSeconds() + TallixQueuedUrl::kLifetimeSeconds;
   started.urls.storePending(url);
-  auto task = TallixHttpAsyncTask::sendMethod(
-      started.client, url.method, url.invokeURL, {}, {{"Content-Type", "application/octet-stream"}},
-      weak_from_this(), false);
+  auto task = TallixHttpAsyncTask::sendMethod(started.client, url.method, url.invokeURL, {},
+                                              {{"Content-Type", "application/octet-stream"}},
+                                              weak_from_this(), false);
   task->setTaskParams(url.toValue());
   task->start();
 }
@@ -292,8 +292,8 @@ void TallixBeaconEventController::manageUrlStorage(Started& started, const Talli
 
 void TallixBeaconEventController::setTimerToFireUrlWithTaskParams(
     Started& started, const TallixQueuedUrl& url, std::chrono::milliseconds duration) {
-  auto timer = foundation::Timer::scheduled(
-      queue_, duration, false, [this, url](foundation::Timer& fired) {
+  auto timer =
+      foundation::Timer::scheduled(queue_, duration, false, [this, url](foundation::Timer& fired) {
         if (!started_)
           return;
         std::erase_if(started_->pendingUrlTimers,

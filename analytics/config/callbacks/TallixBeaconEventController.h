@@ -39,9 +39,10 @@ struct TallixQueuedUrl;
 // Every entry point hops onto the controller's serial queue, which owns the URL maps, the
 // timers and the configuration exchange; the HTTP answers come back onto it too. So nothing
 // here takes a lock or touches the disk on a caller's thread.
-class TallixBeaconEventController : public TallixAgentService,
-                                    public TallixHttpTaskDelegate,
-                                    public std::enable_shared_from_this<TallixBeaconEventController> {
+class TallixBeaconEventController
+    : public TallixAgentService,
+      public TallixHttpTaskDelegate,
+      public std::enable_shared_from_this<TallixBeaconEventController> {
  public:
   // A stored repeat duration of 30 waits 3 x 30 of these before the retry.
   struct Timing {

@@ -66,12 +66,11 @@ void TallixBeaconRequest::sendBeaconRequest(const TallixEncodedBeaconRequest& re
                                             const Value& params) {
   auto task = std::make_shared<TallixHttpAsyncTask>(
       parts_.transport,
-      TallixHttpRequest{"POST",
-                        parts_.network->configServerUrl(),
-                        request.body,
-                        {{"content-type", kContentType},
-                         {"accept", kAccept},
-                         {"fm-checksum", request.checksum}}},
+      TallixHttpRequest{
+          "POST",
+          parts_.network->configServerUrl(),
+          request.body,
+          {{"content-type", kContentType}, {"accept", kAccept}, {"fm-checksum", request.checksum}}},
       weak_from_this());
   task->setTag(kTaskTag);
   if (!params.isNull())

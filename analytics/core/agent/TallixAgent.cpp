@@ -141,8 +141,9 @@ void TallixAgent::didFinishLaunchingWithOptionsInBackground(const Value& launchO
 void TallixAgent::startupNetworkAndSendSession() {
   const std::string apiKey = storage_.settings().apiKey;
   const auto directory = fileDirectory();
-  const TallixAgentStart start{apiKey,   directory, storage_, uploads_->network(), *environment_.clock,
-                               center_, device(directory)};
+  const TallixAgentStart start{
+      apiKey,  directory,        storage_, uploads_->network(), *environment_.clock,
+      center_, device(directory)};
   // The services first: the uploader starts following the network, and its first news must
   // reach them too.
   for (const auto& service : environment_.services)

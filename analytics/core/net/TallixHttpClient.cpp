@@ -4,8 +4,7 @@
 #include "analytics/core/net/TallixHttpAsyncTask.h"
 
 namespace tallix {
-TallixHttpClient::TallixHttpClient(Executor completionExecutor,
-                                   TallixConnectionLimits limits)
+TallixHttpClient::TallixHttpClient(Executor completionExecutor, TallixConnectionLimits limits)
     : completionExecutor_(std::move(completionExecutor)),
       multi_(std::make_unique<TallixCurlMulti>(limits)) {}
 

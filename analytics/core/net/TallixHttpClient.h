@@ -22,8 +22,7 @@ class TallixHttpClient final : public TallixHttpTransport {
  public:
   static constexpr std::chrono::milliseconds kPollInterval{250};
 
-  explicit TallixHttpClient(Executor completionExecutor,
-                            TallixConnectionLimits limits = {});
+  explicit TallixHttpClient(Executor completionExecutor, TallixConnectionLimits limits = {});
   ~TallixHttpClient() override;
   TallixHttpClient(const TallixHttpClient&) = delete;
   TallixHttpClient& operator=(const TallixHttpClient&) = delete;

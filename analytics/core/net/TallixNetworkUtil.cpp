@@ -71,8 +71,8 @@ bool TallixNetworkUtil::setConfigServerUrl(const std::string& url) {
   const auto schemeEnd = url.find("://");
   const std::string scheme = url.substr(0, schemeEnd);
   const bool valid = schemeEnd != std::string::npos && (scheme == "http" || scheme == "https") &&
-                     url.size() > schemeEnd + 3 && url.find_first_of(" \t\r\n") == std::string::npos &&
-                     url[schemeEnd + 3] != '/';
+                     url.size() > schemeEnd + 3 &&
+                     url.find_first_of(" \t\r\n") == std::string::npos && url[schemeEnd + 3] != '/';
   if (!valid)
     return false;
   std::lock_guard lock(serverMutex_);

@@ -61,9 +61,7 @@ class BeaconHarness {
   void configure(const std::string& templates) {
     collector.control(R"({"config":{"callbacks":{"templates":[)" + templates + "]}}}");
   }
-  std::string callbackUrl(const std::string& path) {
-    return "http://" + collector.host() + path;
-  }
+  std::string callbackUrl(const std::string& path) { return "http://" + collector.host() + path; }
   void becomeReachable() { network->reachabilityChanged(true); }
 
   // Waits until the controller is idle and the collector has heard what it sent.
@@ -126,9 +124,11 @@ TEST(TallixBeaconSubstitutionTest, PlaceholdersAreFilledOrRemoved) {
   const std::map<std::string, std::string> values{{"%{session_duration_millis}", "1500"},
                                                   {"%{timestamp_epoch_millis}", "1795424400000"}};
   const std::pair<std::string, std::string> cases[] = {
-      {"http://p/x?d=%{session_duration_millis}&t={timestamp_epoch_millis}", "http://p/x?d=1500&t="},
+      {"http://p/x?d=%{session_duration_millis}&t={timestamp_epoch_millis}",
+       "http://p/x?d=1500&t="},
       {"http://p/%{timestamp_epoch_millis}/%{unknown}", "http://p/1795424400000/"},
-      {"http://p/{}%{}?a=%{session_duration_millis}%{session_duration_millis}", "http://p/?a=15001500"},
+      {"http://p/{}%{}?a=%{session_duration_millis}%{session_duration_millis}",
+       "http://p/?a=15001500"},
       {"http://p/%{not-a-name}", "http://p/%{not-a-name}"},
   };
   for (const auto& [uri, expected] : cases) {
@@ -143,10 +143,12 @@ TEST(TallixBeaconSubstitutionTest, PlaceholdersAreFilledOrRemoved) {
 
 TEST_F(TallixBeaconEventControllerTest, ASessionsEndFiresItsTemplatesInOrderWithTheirMethods) {
   beacon->configure(
-      templateJson("tallix.session_end", "GET",
-                   beacon->callbackUrl("/a?d=%{session_duration_millis}&t=%{timestamp_epoch_millis}")) +
+      templateJson(
+          "tallix.session_end", "GET",
+          beacon->callbackUrl("/a?d=%{session_duration_millis}&t=%{timestamp_epoch_millis}")) +
       "," + templateJson("tallix.session_start", "GET", beacon->callbackUrl("/never")) + "," +
-      templateJson("tallix.session_end", "PUT", beacon->callbackUrl("/b?f=%{fg_timespent_millis}")));
+      templateJson("tallix.session_end", "PUT",
+                   beacon->callbackUrl("/b?f=%{fg_timespent_millis}")));
   beacon->controller->sessionDidStart(kApiKey, "1");
   ASSERT_TRUE(beacon->settle());
   ASSERT_EQ(beacon->configRequests(), 1u);
@@ -175,7 +177,8 @@ TEST_F(TallixBeaconEventControllerTest, ASessionsEndFiresItsTemplatesInOrderWith
 TEST_F(TallixBeaconEventControllerTest, TheStoredSettingsDecideWhetherToFetch) {
   const auto serve = [this](const std::string& templates) {
     collector.control(R"({"config":{"refresh_ttl":60,"expiration_ttl":120,"callbacks":)"
-                      R"({"templates":[)" + templates + "]}}}");
+                      R"({"templates":[)" +
+                      templates + "]}}}");
   };
   const auto startSessions = [this](int count) {
     for (int session = 0; session < count; ++session) {
@@ -238,14 +241,20 @@ TEST_F(TallixBeaconEventControllerTest, FailedCallbacksGoAgainUntilDeliveredAndS
   EXPECT_EQ(pending.begin()->first, "not a url");
 }
 
-TEST_F(TallixBeaconEventControllerTest, ExpiredCallbacksAreDroppedUnfiredAndQueuedOnesGoWithoutSettings) {
+TEST_F(TallixBeaconEventControllerTest,
+       ExpiredCallbacksAreDroppedUnfiredAndQueuedOnesGoWithoutSettings) {
   const std::string url = beacon->callbackUrl("/kept");
   beacon->storage.persistentBeaconUrlsMap().setValue(
-      url, Value::Dictionary{{"invokeURL", url}, {"method", "GET"}, {"beingFired", false},
-                             {"repeatDuration", 30}, {"expiration", "99999999999"}});
+      url, Value::Dictionary{{"invokeURL", url},
+                             {"method", "GET"},
+                             {"beingFired", false},
+                             {"repeatDuration", 30},
+                             {"expiration", "99999999999"}});
   beacon->storage.persistentBeaconUrlsMap().setValue(
-      "http://p/expired", Value::Dictionary{{"invokeURL", "http://p/expired"}, {"method", "GET"},
-                                            {"beingFired", false}, {"repeatDuration", 30},
+      "http://p/expired", Value::Dictionary{{"invokeURL", "http://p/expired"},
+                                            {"method", "GET"},
+                                            {"beingFired", false},
+                                            {"repeatDuration", 30},
                                             {"expiration", "0"}});
   beacon->storage.setBeaconMonitoringEnabled(false);
   beacon->becomeReachable();

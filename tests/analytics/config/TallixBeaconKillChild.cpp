@@ -19,6 +19,7 @@
 #include "analytics/core/support/TallixClock.h"
 #include "analytics/core/support/TallixLog.h"
 #include "foundation/NotificationCenter.h"
+#include "tests/analytics/KillSettleTime.h"
 #include "tests/analytics/config/BeaconKillChildProtocol.h"
 
 namespace {
@@ -26,13 +27,6 @@ namespace {
 using namespace std::chrono_literals;
 using foundation::Date;
 
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-constexpr auto kSettleTime = 1s;
-#else
-// The URL maps are written within 10 ms of a change; past 50 ms every session's callback must
-// be in one of them.
-constexpr auto kSettleTime = 60ms;
-#endif
 constexpr auto kLifetime = 30s;
 
 void storeSettings(tallix::TallixGlobalVariableStorage& storage) {
@@ -41,8 +35,8 @@ void storeSettings(tallix::TallixGlobalVariableStorage& storage) {
   callback->setEvents({"tallix.session_end"});
   callback->setUriTemplate(std::string(tallix::BeaconKillChildProtocol::kUriTemplate));
   tallix::TallixBeaconSettings settings;
-  const auto farAhead = static_cast<std::int64_t>(Date::now().timeIntervalSince1970() * 1000) +
-                        24 * 3600 * 1000;
+  const auto farAhead =
+      static_cast<std::int64_t>(Date::now().timeIntervalSince1970() * 1000) + 24 * 3600 * 1000;
   settings.setNextRefreshTTL(farAhead);
   settings.setExpirationTTL(farAhead);
   settings.setCallbacks({callback});
@@ -74,9 +68,13 @@ int main(int argc, char** argv) {
   storeSettings(storage);
   const tallix::TallixSystemClock clock;
   auto controller = std::make_shared<tallix::TallixBeaconEventController>();
-  controller->agentDidStart({tallix::BeaconKillChildProtocol::kApiKey, argv[1], storage,
-                             std::make_shared<tallix::TallixNetworkUtil>(center, ""), clock,
-                             center, {}});
+  controller->agentDidStart({tallix::BeaconKillChildProtocol::kApiKey,
+                             argv[1],
+                             storage,
+                             std::make_shared<tallix::TallixNetworkUtil>(center, ""),
+                             clock,
+                             center,
+                             {}});
 
   int sessions = 0;
   while (sessions < tallix::BeaconKillChildProtocol::kSessionsBeforeTheLine)
@@ -88,7 +86,7 @@ int main(int argc, char** argv) {
   };
   while (stored() < static_cast<std::size_t>(sessions))
     std::this_thread::sleep_for(1ms);
-  std::this_thread::sleep_for(kSettleTime);
+  std::this_thread::sleep_for(kKillSettleTime);
   std::printf("%d\n", sessions);
   std::fflush(stdout);
 

@@ -9,7 +9,6 @@
 #include <type_traits>
 
 #include "TemporaryDirectory.h"
-#include "tests/analytics/FixedClock.h"
 #include "analytics/core/agent/TallixEnvironment.h"
 #include "analytics/core/model/TallixAutoIncrement.h"
 #include "analytics/core/report/TallixSessionReporter.h"
@@ -25,6 +24,7 @@
 #include "foundation/KeyedUnarchiver.h"
 #include "foundation/NotificationCenter.h"
 #include "tallix/TallixApplication.h"
+#include "tests/analytics/FixedClock.h"
 
 namespace tallix {
 

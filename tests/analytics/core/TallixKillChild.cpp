@@ -12,6 +12,7 @@
 
 #include "analytics/core/agent/TallixAgent.h"
 #include "analytics/core/support/TallixLog.h"
+#include "tests/analytics/KillSettleTime.h"
 
 namespace {
 
@@ -19,14 +20,6 @@ using foundation::Value;
 using namespace std::chrono_literals;
 
 constexpr int kEventsBeforeTheLine = 300;
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-// Sanitizers slow the queue several times over (300 events took up to 120 ms to reach the
-// disk under ThreadSanitizer); the 50 ms figure is bench/agent_persistence's, in the plain build.
-constexpr auto kSettleTime = 1s;
-#else
-// The saver's window is 15 ms; past 50 ms every event above must be in the file.
-constexpr auto kSettleTime = 60ms;
-#endif
 // Should the test never kill us, we do not outlive it by much.
 constexpr auto kLifetime = 30s;
 constexpr int kBatch = 200;
@@ -59,7 +52,7 @@ int main(int argc, char** argv) {
   int logged = 0;
   while (logged < kEventsBeforeTheLine)
     logNumbered(agent, logged++);
-  std::this_thread::sleep_for(kSettleTime);
+  std::this_thread::sleep_for(kKillSettleTime);
   std::printf("%d\n", logged);
   std::fflush(stdout);
 

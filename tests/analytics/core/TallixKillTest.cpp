@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "AgentTestSupport.h"
-#include "tests/analytics/SpawnedChild.h"
 #include "analytics/core/agent/TallixAgent.h"
+#include "tests/analytics/SpawnedChild.h"
 
 namespace tallix {
 namespace {
