@@ -13,7 +13,8 @@ namespace tallix::crash {
 // way are remembered in a small fixed cache, so most reads (the same stack, the same unwind
 // table) are a plain copy. The cache keeps page addresses, never contents: every read sees the
 // memory as it is now. One instance serves one capture on one thread; it takes no locks and
-// never allocates.
+// never allocates. A page another thread unmaps after this reader proved it readable would
+// still fault: make a new reader when the other threads may have run on.
 class TallixCrashMemory {
  public:
   // Copies `size` bytes at `address`; false, without faulting, when any byte is unreadable.

@@ -6,6 +6,8 @@
 
 namespace tallix::crash {
 
+class TallixCrashDwarfCursor;
+
 // What the CFA program of a function needs from its CIE.
 struct TallixCrashCie {
   std::uint64_t codeAlignment = 1;
@@ -35,7 +37,7 @@ class TallixCrashFdeParser {
 
  private:
   bool parseCie(std::uintptr_t address, TallixCrashCie& cie) const;
-  bool readAugmentation(class TallixCrashDwarfCursor& cursor, const char* augmentation,
+  bool readAugmentation(TallixCrashDwarfCursor& cursor, const char* augmentation,
                         TallixCrashCie& cie) const;
   // The span of the entry at `address` after its length field.
   bool entryBounds(std::uintptr_t address, std::uintptr_t& body, std::uintptr_t& end) const;

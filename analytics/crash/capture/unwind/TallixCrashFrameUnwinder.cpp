@@ -71,11 +71,11 @@ bool TallixCrashFrameUnwinder::stepByTable(TallixCrashFrame& frame, std::uintptr
                                            const TallixCrashFde& fde,
                                            std::uintptr_t ehFrameHdr) const {
   const Registers& callee = frame.registers;
-  const int returnColumn = static_cast<int>(fde.cie.returnColumn);
+  const int returnColumn =
+      fde.cie.returnColumn < Registers::kCount ? static_cast<int>(fde.cie.returnColumn) : -1;
   TallixCrashCfiRow row;
   std::uint64_t cfa = 0;
-  if (!Registers::isValid(returnColumn) ||
-      !TallixCrashCfiProgram(memory_, fde, ehFrameHdr).rowAt(pc, row) ||
+  if (returnColumn < 0 || !TallixCrashCfiProgram(memory_, fde, ehFrameHdr).rowAt(pc, row) ||
       !findCfa(callee, row.cfa, cfa)) {
     return false;
   }

@@ -21,10 +21,6 @@ struct TallixCrashRegisters {
     value[reg] = newValue;
     known |= 1u << reg;
   }
-  void forget(int reg) {
-    value[reg] = 0;
-    known &= ~(1u << reg);
-  }
 
   // All registers, from the general registers of a signal or getcontext context.
   static TallixCrashRegisters fromContext(const ucontext_t& context);
