@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <memory>
+#include <numeric>
 #include <system_error>
 #include <vector>
 
@@ -70,12 +72,25 @@ const TallixCrashReportThread* TallixCrashReport::crashedThread() const {
   return found == threads.end() ? nullptr : &*found;
 }
 
+TallixCrashReport::TallixCrashReport(TallixCrashReportContents contents)
+    : contents_(std::move(contents)), imagesByBase_(contents_.images.size()) {
+  std::iota(imagesByBase_.begin(), imagesByBase_.end(), 0);
+  const auto& images = contents_.images;
+  std::stable_sort(imagesByBase_.begin(), imagesByBase_.end(),
+                   [&images](std::size_t left, std::size_t right) {
+                     return images[left].base < images[right].base;
+                   });
+}
+
 const TallixCrashReportImage* TallixCrashReport::imageContaining(std::uint64_t address) const {
   const auto& images = contents_.images;
-  const auto found = std::find_if(
-      images.begin(), images.end(),
-      [address](const TallixCrashReportImage& image) { return image.contains(address); });
-  return found == images.end() ? nullptr : &*found;
+  const auto above = std::upper_bound(
+      imagesByBase_.begin(), imagesByBase_.end(), address,
+      [&images](std::uint64_t value, std::size_t index) { return value < images[index].base; });
+  if (above == imagesByBase_.begin())
+    return nullptr;
+  const TallixCrashReportImage& candidate = images[*std::prev(above)];
+  return candidate.contains(address) ? &candidate : nullptr;
 }
 
 }  // namespace tallix

@@ -22,9 +22,10 @@ class TallixCrashReport {
   static std::optional<TallixCrashReport> load(const std::filesystem::path& path,
                                                std::string& error);
 
-  static constexpr std::uintmax_t kMaxFileSize = 64u << 20;
+  // Far above any real report, low enough that a hostile file cannot take the memory.
+  static constexpr std::uintmax_t kMaxFileSize = 16u << 20;
 
-  explicit TallixCrashReport(TallixCrashReportContents contents) : contents_(std::move(contents)) {}
+  explicit TallixCrashReport(TallixCrashReportContents contents);
 
   const TallixCrashReportSystem& system() const { return contents_.system; }
   const std::optional<TallixCrashReportMachine>& machine() const { return contents_.machine; }
@@ -39,11 +40,15 @@ class TallixCrashReport {
   bool isLive() const { return contents_.info.userRequested; }
   // The first thread marked crashed; null in a live report.
   const TallixCrashReportThread* crashedThread() const;
-  // The first image whose range holds the address; null when none does.
+  // The image whose range holds the address; null when none does. Loaded modules never
+  // overlap, so only the image with the highest base at or below the address is asked: a
+  // lookup per frame stays cheap however many images a report lists.
   const TallixCrashReportImage* imageContaining(std::uint64_t address) const;
 
  private:
   TallixCrashReportContents contents_;
+  // Indices into contents_.images, so that copies of the report stay right.
+  std::vector<std::size_t> imagesByBase_;
 };
 
 }  // namespace tallix

@@ -10,8 +10,9 @@ namespace tallix {
 
 // A sample crash report built with protobuf-c as the capture side builds one: thread 0 "main"
 // blocked in poll with its context not captured, thread 1 "audio" crashed with SIGSEGV in a
-// C++ method of /usr/bin/orvane, then in libc, then at an address no module holds. Tests change
-// the message before bytes().
+// C++ method of /usr/bin/orvane, then in libc, then at an address no module holds. The images are
+// listed out of address order, as nothing obliges the writer to sort them. Tests change the
+// message before bytes().
 class TallixCrashReportBuilder {
  public:
   static constexpr std::uint64_t kAppBase = 0x555500000000;
@@ -138,7 +139,7 @@ class TallixCrashReportBuilder {
   std::array<Tlxcrsh__CrashReport__Thread*, 2> threads_ = {&main_, &audio_};
   Tlxcrsh__CrashReport__BinaryImage app_ = TLXCRSH__CRASH_REPORT__BINARY_IMAGE__INIT;
   Tlxcrsh__CrashReport__BinaryImage libc_ = TLXCRSH__CRASH_REPORT__BINARY_IMAGE__INIT;
-  std::array<Tlxcrsh__CrashReport__BinaryImage*, 2> images_ = {&app_, &libc_};
+  std::array<Tlxcrsh__CrashReport__BinaryImage*, 2> images_ = {&libc_, &app_};
 };
 
 }  // namespace tallix

@@ -92,10 +92,13 @@ TEST(CrashReportTest, ReadsBackWhatTheCaptureSideWrote) {
   EXPECT_FALSE(crashed->frames[1].symbol);
   EXPECT_EQ(crashed->registers[1].name, "rsp");
   ASSERT_EQ(report->images().size(), 2u);
-  EXPECT_EQ(report->images()[0].buildId, "deadbeef");
-  EXPECT_EQ(report->images()[1].buildId, "");
-  EXPECT_EQ(report->imageContaining(Builder::kLibcBase + 0x1fffff), &report->images()[1]);
-  EXPECT_EQ(report->imageContaining(Builder::kLibcBase + 0x200000), nullptr);
+  EXPECT_EQ(report->images()[0].buildId, "");
+  EXPECT_EQ(report->images()[1].buildId, "deadbeef");
+  const TallixCrashReport copy = *report;  // its lookups must use its own images
+  EXPECT_EQ(copy.imageContaining(Builder::kAppBase), &copy.images()[1]);
+  EXPECT_EQ(copy.imageContaining(Builder::kLibcBase + 0x1fffff), &copy.images()[0]);
+  EXPECT_EQ(copy.imageContaining(Builder::kLibcBase + 0x200000), nullptr);
+  EXPECT_EQ(copy.imageContaining(0x1000), nullptr);
   EXPECT_FALSE(TallixCrashReport::load(path, error));
 }
 
@@ -136,6 +139,8 @@ TEST(CrashReportTextFormatterTest, ShowsTheCrashedThreadFirstWithModulesAndDeman
   EXPECT_NE(text.find("#2  0x0000000000001000  ???               ???\n"), std::string::npos);
   EXPECT_NE(text.find("libc.so.6+0x520  poll+0x20\n"), std::string::npos);
   EXPECT_NE(text.find("0x0000555500000000 - 0x00005555001fffff  /usr/bin/orvane     deadbeef\n"),
+            std::string::npos);
+  EXPECT_NE(text.find("0x00007f00001fffff  /usr/lib/libc.so.6  (no build id)\n"),
             std::string::npos);
 }
 
