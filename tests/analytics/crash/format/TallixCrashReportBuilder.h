@@ -8,11 +8,11 @@
 
 namespace tallix {
 
-// A sample crash report built with protobuf-c as the capture side builds one: thread 0 "main"
-// blocked in poll with its context not captured, thread 1 "audio" crashed with SIGSEGV in a
-// C++ method of /usr/bin/orvane, then in libc, then at an address no module holds. The images are
-// listed out of address order, as nothing obliges the writer to sort them. Tests change the
-// message before bytes().
+// A sample crash report built with protobuf-c as the capture side builds one: process "orvane"
+// ended by an escaped std::runtime_error; thread 0 "main" blocked in poll with its context not
+// captured; thread 1 "audio" crashed with SIGSEGV in a C++ method of /usr/bin/orvane, then in
+// libc, then at an address no module holds. The images are listed out of address order, as
+// nothing obliges the writer to sort them. Tests change the message before bytes().
 class TallixCrashReportBuilder {
  public:
   static constexpr std::uint64_t kAppBase = 0x555500000000;
@@ -58,6 +58,12 @@ class TallixCrashReportBuilder {
     signal_.address = 0x10;
     signal_.has_number = true;
     signal_.number = 11;
+    process_.process_name = const_cast<char*>("orvane");
+    process_.process_id = 4242;
+    exception_.name = const_cast<char*>("std::runtime_error");
+    exception_.reason = const_cast<char*>("no output device");
+    report_.process_info = &process_;
+    report_.exception = &exception_;
     report_.system_info = &system_;
     report_.application_info = &application_;
     report_.report_info = &info_;
@@ -119,6 +125,8 @@ class TallixCrashReportBuilder {
       TLXCRSH__CRASH_REPORT__APPLICATION_INFO__INIT;
   Tlxcrsh__CrashReport__ReportInfo info_ = TLXCRSH__CRASH_REPORT__REPORT_INFO__INIT;
   Tlxcrsh__CrashReport__Signal signal_ = TLXCRSH__CRASH_REPORT__SIGNAL__INIT;
+  Tlxcrsh__CrashReport__ProcessInfo process_ = TLXCRSH__CRASH_REPORT__PROCESS_INFO__INIT;
+  Tlxcrsh__CrashReport__Exception exception_ = TLXCRSH__CRASH_REPORT__EXCEPTION__INIT;
   std::array<std::uint8_t, 16> uuid_{};
   std::array<std::uint8_t, 4> buildId_ = {0xde, 0xad, 0xbe, 0xef};
   Tlxcrsh__CrashReport__Symbol mangled_ = TLXCRSH__CRASH_REPORT__SYMBOL__INIT;

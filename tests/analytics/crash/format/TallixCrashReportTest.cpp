@@ -77,6 +77,10 @@ TEST(CrashReportTest, ReadsBackWhatTheCaptureSideWrote) {
   EXPECT_EQ(report->system().timestamp, 1700000000);
   EXPECT_EQ(report->info().uuid, "00010203-0405-0607-0809-0a0b0c0d0e0f");
   EXPECT_FALSE(report->isLive());
+  EXPECT_EQ(report->process()->id, 4242u);
+  EXPECT_EQ(report->process()->path, "");
+  EXPECT_EQ(report->exception()->reason, "no output device");
+  EXPECT_FALSE(report->machine());
   ASSERT_TRUE(report->signal());
   EXPECT_EQ(report->signal()->name, "SIGSEGV");
   EXPECT_EQ(report->signal()->number, 11);
@@ -129,6 +133,7 @@ TEST(CrashReportTextFormatterTest, ShowsTheCrashedThreadFirstWithModulesAndDeman
   EXPECT_LT(
       text.find("Signal:       SIGSEGV (11), code SEGV_MAPERR, fault address 0x0000000000000010"),
       crashed);
+  EXPECT_LT(text.find("Exception:    std::runtime_error: no output device"), crashed);
   EXPECT_LT(crashed, registers);
   EXPECT_LT(registers, other);
   EXPECT_LT(other, images);
