@@ -6,6 +6,7 @@
 #include "analytics/core/report/TallixTrackedProperties.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
 #include "tests/analytics/FixedClock.h"
+#include "tests/analytics/crash/format/TallixCrashReportBuilder.h"
 #include "tests/analytics/report/SessionDraft.h"
 #include "tests/tools/JsonPath.h"
 #include "tests/tools/TestRequestBody.h"
@@ -103,7 +104,7 @@ void ReportReaderTest::logEverything() {
                                                         "", "std::bad_alloc",
                                                         TallixError::Exception, Bytes{0x01, 0x02}));
   fields.totalErrorCount = 5;
-  fields.crashReportData = Bytes{0xC0, 0xDE};
+  fields.crashReportData = TallixCrashReportBuilder().bytes();
 }
 
 TEST_F(ReportReaderTest, BodyFieldsComeBackAsWritten) {
@@ -201,7 +202,14 @@ TEST_F(ReportReaderTest, SessionFieldsComeBackAsLogged) {
   EXPECT_EQ(jsonInteger(session, "crashError/errorLogId"), 3);
   EXPECT_EQ(jsonInteger(session, "crashError/errorType"), 3);
   EXPECT_EQ(jsonInteger(session, "crashError/time/ms"), 1700000001000);
-  EXPECT_EQ(jsonText(session, "crashError/report/base64"), "wN4=");
+  EXPECT_EQ(jsonInteger(session, "crashError/report/size"),
+            static_cast<json_int_t>(TallixCrashReportBuilder().bytes().size()));
+  EXPECT_EQ(jsonText(session, "crashError/crashReport/signal/name"), "SIGSEGV");
+  EXPECT_EQ(jsonText(session, "crashError/crashReport/crashedThread/frames/0/module"), "orvane");
+  EXPECT_EQ(jsonText(session, "crashError/crashReport/crashedThread/frames/0/offset"), "0x1234");
+  EXPECT_EQ(jsonText(session, "crashError/crashReport/crashedThread/frames/0/symbol"),
+            "orvane::Engine::play()");
+  EXPECT_FALSE(jsonAt(session, "errors/1/crashReport"));
   EXPECT_EQ(json_array_size(jsonAt(session, "reservedTail")), 4u);
 }
 

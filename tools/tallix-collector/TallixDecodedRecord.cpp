@@ -63,8 +63,10 @@ void TallixDecodedRecord::readShortData(const char* key) {
   set(key, Json::bytes(reader_.shortData(key)));
 }
 
-void TallixDecodedRecord::readLargeData(const char* key) {
-  set(key, Json::bytes(reader_.largeData(key)));
+TallixByteReader::Bytes TallixDecodedRecord::readLargeData(const char* key) {
+  const TallixByteReader::Bytes data = reader_.largeData(key);
+  set(key, Json::bytes(data));
+  return data;
 }
 
 json_t* TallixDecodedRecord::readList(const char* key, const Element& element) {

@@ -29,7 +29,7 @@ class TallixDecodedRecord {
   void readTimestamp(const char* key);
   void readString(const char* key);
   void readShortData(const char* key);
-  void readLargeData(const char* key);
+  TallixByteReader::Bytes readLargeData(const char* key);
   // A 16-bit count, then that many elements, stored as an array.
   json_t* readList(const char* key, const Element& element);
 

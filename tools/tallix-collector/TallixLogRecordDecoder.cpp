@@ -1,5 +1,6 @@
 #include "tools/tallix-collector/TallixLogRecordDecoder.h"
 
+#include "tools/tallix-collector/TallixCrashReportJson.h"
 #include "tools/tallix-collector/TallixDecodedRecord.h"
 
 namespace tallix {
@@ -22,10 +23,14 @@ TallixJson TallixLogRecordDecoder::error(TallixByteReader& reader) {
   error.readString("errorId");
   error.readString("message");
   error.readString("exception");
-  error.readByte("errorType");
+  const std::uint8_t type = error.readByte("errorType");
   // A byte on the wire, but only 0 and 1 say whether a report follows.
-  if (error.readBoolean("hasReport"))
-    error.readLargeData("report");
+  if (!error.readBoolean("hasReport"))
+    return error.release();
+  const auto report = error.readLargeData("report");
+  // Next to the raw bytes, so that a reader of the JSON sees the crash without a second tool.
+  if (type == kCrashErrorType)
+    error.set("crashReport", TallixCrashReportJson::decode(report));
   return error.release();
 }
 
