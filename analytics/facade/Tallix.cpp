@@ -5,6 +5,7 @@
 #include "analytics/core/support/TallixAgentVersion.h"
 #include "analytics/core/support/TallixExceptionHandler.h"
 #include "analytics/core/support/TallixLog.h"
+#include "analytics/crash/agent/TallixCrashReporterCapture.h"
 
 namespace tallix {
 
@@ -17,6 +18,7 @@ TallixAgent& sharedAgent() {
   static TallixAgent agent([] {
     TallixEnvironment environment;
     environment.services.push_back(std::make_shared<TallixBeaconEventController>());
+    environment.crashCapture = std::make_shared<TallixCrashReporterCapture>();
     return environment;
   }());
   return agent;

@@ -73,17 +73,35 @@ class SpawnedChild {
     if (pid_ <= 0)
       return false;
     ::kill(pid_, SIGKILL);
+    const int status = reap();
+    return status >= 0 && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+  }
+
+  // Waits for the child to end by itself; its wait status, or -1 when it does not in time
+  // (it is then killed).
+  int waitForExit() {
+    const int status = reap();
+    if (status < 0)
+      kill();
+    return status;
+  }
+
+ private:
+  int reap() {
+    if (pid_ <= 0)
+      return -1;
     const auto deadline = std::chrono::steady_clock::now() + kReapTimeout;
     int status = 0;
     pid_t reaped = 0;
     while ((reaped = ::waitpid(pid_, &status, WNOHANG)) == 0 &&
            std::chrono::steady_clock::now() < deadline)
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (reaped <= 0)
+      return -1;
     pid_ = -1;
-    return reaped > 0 && WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL;
+    return status;
   }
 
- private:
   pid_t pid_ = -1;
   int output_ = -1;
 };

@@ -114,7 +114,9 @@ void TallixAgent::startSession(const std::string& apiKey) {
                    TallixAgentVersion::getAgentVersion().c_str());
   if (settings.crashReportingEnabled && environment_.crashCapture) {
     TallixLog::debug("Tallix: crash reporting enabled");
-    if (const std::string error = environment_.crashCapture->enable(); !error.empty())
+    if (const std::string error =
+            environment_.crashCapture->enable(app->bundleIdentifier(), app->bundleVersion());
+        !error.empty())
       TallixLog::debug("Tallix: Failed to initialize crash reporter: %s", error.c_str());
   }
   storage_.update([&](TallixSettings& s) {

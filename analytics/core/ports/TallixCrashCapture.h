@@ -12,8 +12,10 @@ namespace tallix {
 class TallixCrashCapture {
  public:
   virtual ~TallixCrashCapture() = default;
-  // An empty string on success, else why the reporter could not be enabled.
-  virtual std::string enable() = 0;
+  // Makes the reporter for the named application and enables it: an empty string on success,
+  // else why it could not be. Called at most once per process.
+  virtual std::string enable(const std::string& applicationIdentifier,
+                             const std::string& applicationVersion) = 0;
   virtual bool hasPendingCrashReport() = 0;
   // The pending report's bytes; on failure nothing, with the reason in `error`.
   virtual std::optional<foundation::Value::Bytes> loadPendingCrashReportData(

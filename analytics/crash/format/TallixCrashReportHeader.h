@@ -15,6 +15,8 @@ class TallixCrashReportHeader {
   static constexpr std::size_t kSize = 8;
   static constexpr std::uint8_t kVersion = 1;
 
+  // The header itself, as a writer puts it in front of the message.
+  static const std::uint8_t* bytes();
   // The message bytes after a valid header, or nothing with the reason in `error`.
   static std::optional<Bytes> body(Bytes report, std::string& error);
 };

@@ -1,0 +1,163 @@
+// A program that enables the crash reporter and then crashes the way its arguments say:
+//   tallix_crash_child <segv|bus|ill|fpe|abrt|trap|overflow> <main|worker|library> <none|before|after>
+// The last argument installs a handler of another library before or after the reporter's; it
+// writes "foreign" to standard output when it runs and then lets the signal go on.
+#include <glib.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "analytics/crash/reporter/TallixCrashReporter.h"
+
+namespace {
+
+using namespace tallix::crash;
+
+constexpr int kFatalSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
+struct sigaction foreignPrevious[NSIG];
+
+void foreignHandler(int signal, siginfo_t* info, void* context) {
+  static const char kMark[] = "foreign\n";
+  (void)!write(STDOUT_FILENO, kMark, sizeof kMark - 1);
+  const struct sigaction& previous = foreignPrevious[signal];
+  if (previous.sa_flags & SA_SIGINFO) {
+    previous.sa_sigaction(signal, info, context);
+    return;
+  }
+  // Whatever came before is put back: a fault happens again, a sent signal is sent again.
+  sigaction(signal, &previous, nullptr);
+  if (info->si_code <= 0 || signal == SIGTRAP || signal == SIGABRT)
+    raise(signal);
+}
+
+void installForeignHandler() {
+  struct sigaction action{};
+  action.sa_sigaction = &foreignHandler;
+  action.sa_flags = SA_SIGINFO | SA_ONSTACK;
+  for (int signal : kFatalSignals)
+    sigaction(signal, &action, &foreignPrevious[signal]);
+}
+
+__attribute__((noinline)) void crashBySegv() {
+  *static_cast<volatile int*>(nullptr) = 1;
+}
+
+__attribute__((noinline)) void crashByBus() {
+  FILE* empty = tmpfile();
+  auto* mapped = static_cast<volatile char*>(
+      mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, fileno(empty), 0));
+  mapped[0] = 1;
+}
+
+__attribute__((noinline)) void crashByIll() {
+  __builtin_trap();
+}
+
+__attribute__((noinline)) void crashByFpe() {
+  volatile int zero = 0;
+  volatile int result = 1 / zero;
+  (void)result;
+}
+
+__attribute__((noinline)) void crashByAbrt() {
+  abort();
+}
+
+__attribute__((noinline)) void crashByTrap() {
+  asm volatile("int3");
+}
+
+__attribute__((noinline)) int overflowStack(int depth) {
+  volatile char frame[512];
+  frame[0] = static_cast<char>(depth);
+  return overflowStack(depth + 1) + frame[0];
+}
+
+__attribute__((noinline)) void crashByOverflow() {
+  overflowStack(0);
+}
+
+std::function<void()> chooseCrash(const std::string& kind) {
+  if (kind == "segv") return crashBySegv;
+  if (kind == "bus") return crashByBus;
+  if (kind == "ill") return crashByIll;
+  if (kind == "fpe") return crashByFpe;
+  if (kind == "abrt") return crashByAbrt;
+  if (kind == "trap") return crashByTrap;
+  if (kind == "overflow") return crashByOverflow;
+  return nullptr;
+}
+
+// Threads that only wait, so a report has more than the crashing one to stop and walk.
+void startIdleThreads(int count) {
+  static std::mutex mutex;
+  static std::condition_variable never;
+  for (int i = 0; i < count; ++i)
+    std::thread([] {
+      std::unique_lock lock(mutex);
+      never.wait(lock, [] { return false; });
+    }).detach();
+}
+
+std::atomic<bool> go{false};
+
+// Started by GLib before the reporter is enabled, so it gets its alternate stack from the
+// reporter's round of the existing threads rather than at its start.
+gpointer crashOnLibraryThread(gpointer crash) {
+  pthread_setname_np(pthread_self(), "crasher");
+  while (!go.load())
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  (*static_cast<std::function<void()>*>(crash))();
+  return nullptr;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 4)
+    return 2;
+  std::function<void()> crash = chooseCrash(argv[1]);
+  const std::string thread = argv[2];
+  const std::string foreign = argv[3];
+  if (!crash)
+    return 2;
+  startIdleThreads(2);
+  GThread* library = thread == "library" ? g_thread_new("crasher", &crashOnLibraryThread, &crash)
+                                         : nullptr;
+  if (foreign == "before")
+    installForeignHandler();
+  TallixCrashReporter reporter(
+      TallixCrashReporterConfig(TallixCrashSignalHandlerType::kBsd, kSymbolicationAll)
+          .withApplication("org.orvane/crash-child", "1.0"));
+  std::string error;
+  if (!reporter.enableCrashReporter(error)) {
+    std::fprintf(stderr, "enable: %s\n", error.c_str());
+    return 3;
+  }
+  if (foreign == "after")
+    installForeignHandler();
+  if (thread == "main") {
+    crash();
+  } else if (thread == "worker") {
+    std::thread([&] {
+      pthread_setname_np(pthread_self(), "crasher");
+      crash();
+    }).join();
+  } else if (library) {
+    go.store(true);
+    g_thread_join(library);
+  }
+  return 4;
+}
