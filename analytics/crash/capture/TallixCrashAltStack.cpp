@@ -29,10 +29,13 @@ std::size_t TallixCrashAltStack::size() {
   return (wanted + page - 1) / page * page;
 }
 
-bool TallixCrashAltStack::installOnCurrentThread() {
+bool TallixCrashAltStack::installOnCurrentThread(stack_t* installed) {
   stack_t current{};
-  if (sigaltstack(nullptr, &current) == 0 && !(current.ss_flags & SS_DISABLE))
+  if (sigaltstack(nullptr, &current) == 0 && !(current.ss_flags & SS_DISABLE)) {
+    if (installed)
+      *installed = {current.ss_sp, 0, current.ss_size};
     return true;
+  }
   const std::size_t page = pageSize();
   const std::size_t usable = size();
   void* mapping = mmap(nullptr, usable + 2 * page, PROT_READ | PROT_WRITE,
@@ -49,6 +52,8 @@ bool TallixCrashAltStack::installOnCurrentThread() {
     munmap(mapping, usable + 2 * page);
     return false;
   }
+  if (installed)
+    *installed = stack;
   return true;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <signal.h>
+
 #include <cstddef>
 
 namespace tallix::crash {
@@ -11,8 +13,10 @@ namespace tallix::crash {
 class TallixCrashAltStack {
  public:
   // Gives the calling thread a stack of ours unless it already has one. True when it has one
-  // afterwards.
-  static bool installOnCurrentThread();
+  // afterwards; `installed` then describes it. A signal handler that calls this must copy
+  // `installed` into its context's uc_stack: returning from the handler restores the
+  // alternate stack that was set when it started.
+  static bool installOnCurrentThread(stack_t* installed = nullptr);
   // Takes ours off the calling thread and unmaps it; another's stack is left alone.
   static void removeFromCurrentThread();
   static std::size_t size();

@@ -62,17 +62,27 @@ class ImageReader {
     std::uintptr_t hash = 0, gnuHash = 0;
     for (std::size_t i = 0; i < kMaxDynamicEntries; ++i) {
       ElfW(Dyn) entry{};
-      if (!memory_.read(image_.dynamicSection + i * sizeof entry, entry) ||
-          entry.d_tag == DT_NULL)
+      if (!memory_.read(image_.dynamicSection + i * sizeof entry, entry) || entry.d_tag == DT_NULL)
         break;
       const std::uintptr_t value = entry.d_un.d_ptr;
       switch (entry.d_tag) {
-        case DT_SYMTAB: image_.dynamicSymbols = absolute(value); break;
-        case DT_STRTAB: image_.dynamicStrings = absolute(value); break;
-        case DT_STRSZ: image_.dynamicStringsSize = value; break;
-        case DT_HASH: hash = absolute(value); break;
-        case DT_GNU_HASH: gnuHash = absolute(value); break;
-        default: break;
+        case DT_SYMTAB:
+          image_.dynamicSymbols = absolute(value);
+          break;
+        case DT_STRTAB:
+          image_.dynamicStrings = absolute(value);
+          break;
+        case DT_STRSZ:
+          image_.dynamicStringsSize = value;
+          break;
+        case DT_HASH:
+          hash = absolute(value);
+          break;
+        case DT_GNU_HASH:
+          gnuHash = absolute(value);
+          break;
+        default:
+          break;
       }
     }
     image_.dynamicSymbolCount = gnuHash ? gnuHashSymbolCount(gnuHash) : hashSymbolCount(hash);
@@ -194,10 +204,9 @@ void TallixCrashImageList::scan(const TallixCrashMemory& memory,
     image = TallixCrashImage();
     if (!describe(memory, process, entry, isExecutable, image))
       continue;
-    image.name = isExecutable
-                     ? process.processPath
-                     : copyLoadedString(memory, reinterpret_cast<std::uintptr_t>(entry.l_name),
-                                        arena);
+    image.name = isExecutable ? process.processPath
+                              : copyLoadedString(
+                                    memory, reinterpret_cast<std::uintptr_t>(entry.l_name), arena);
     ++count_;
   }
 }

@@ -26,7 +26,7 @@ std::string firstLine(const char* path) {
 }
 
 // /proc/self/stat gives the start in clock ticks after boot; /proc/stat gives the boot time.
-std::int64_t processStartTime() {
+std::int64_t readProcessStartTime() {
   const std::string stat = firstLine("/proc/self/stat");
   const auto afterName = stat.rfind(')');
   if (afterName == std::string::npos)
@@ -62,8 +62,7 @@ TallixCrashProcessSnapshot TallixCrashProcessSnapshot::take(
     copyText(snapshot.osRelease, kTextSize, system.release);
     copyText(snapshot.osBuild, kTextSize, system.version);
   }
-  copyText(snapshot.machineModel, kTextSize,
-           firstLine("/sys/devices/virtual/dmi/id/product_name"));
+  copyText(snapshot.machineModel, kTextSize, firstLine("/sys/devices/virtual/dmi/id/product_name"));
   snapshot.processorCount = static_cast<std::uint32_t>(sysconf(_SC_NPROCESSORS_CONF));
   snapshot.onlineProcessorCount = static_cast<std::uint32_t>(sysconf(_SC_NPROCESSORS_ONLN));
   copyText(snapshot.applicationIdentifier, kTextSize, applicationIdentifier);
@@ -72,7 +71,7 @@ TallixCrashProcessSnapshot TallixCrashProcessSnapshot::take(
   copyText(snapshot.processName, kTextSize, program_invocation_short_name);
   const ssize_t length = readlink("/proc/self/exe", snapshot.processPath, kPathSize - 1);
   snapshot.processPath[length > 0 ? length : 0] = '\0';
-  snapshot.processStartTime = processStartTime();
+  snapshot.processStartTime = readProcessStartTime();
   snapshot.mainProgramHeaders = getauxval(AT_PHDR);
   snapshot.mainProgramHeaderCount = getauxval(AT_PHNUM);
   return snapshot;

@@ -28,10 +28,11 @@ struct RegisterName {
 };
 
 constexpr RegisterName kRegisters[] = {
-    {REG_RAX, "rax"}, {REG_RBX, "rbx"}, {REG_RCX, "rcx"}, {REG_RDX, "rdx"}, {REG_RSI, "rsi"},
-    {REG_RDI, "rdi"}, {REG_RBP, "rbp"}, {REG_RSP, "rsp"}, {REG_R8, "r8"},   {REG_R9, "r9"},
-    {REG_R10, "r10"}, {REG_R11, "r11"}, {REG_R12, "r12"}, {REG_R13, "r13"}, {REG_R14, "r14"},
-    {REG_R15, "r15"}, {REG_RIP, "rip"}, {REG_EFL, "rflags"}, {REG_CR2, "cr2"}, {REG_ERR, "err"},
+    {REG_RAX, "rax"},       {REG_RBX, "rbx"},    {REG_RCX, "rcx"}, {REG_RDX, "rdx"},
+    {REG_RSI, "rsi"},       {REG_RDI, "rdi"},    {REG_RBP, "rbp"}, {REG_RSP, "rsp"},
+    {REG_R8, "r8"},         {REG_R9, "r9"},      {REG_R10, "r10"}, {REG_R11, "r11"},
+    {REG_R12, "r12"},       {REG_R13, "r13"},    {REG_R14, "r14"}, {REG_R15, "r15"},
+    {REG_RIP, "rip"},       {REG_EFL, "rflags"}, {REG_CR2, "cr2"}, {REG_ERR, "err"},
     {REG_TRAPNO, "trapno"},
 };
 
@@ -71,9 +72,7 @@ std::uint64_t parseHex(const char*& text) {
   std::uint64_t value = 0;
   for (;; ++text) {
     const char c = *text;
-    const int digit = c >= '0' && c <= '9'   ? c - '0'
-                      : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                                             : -1;
+    const int digit = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
     if (digit < 0)
       return value;
     value = value * 16 + static_cast<std::uint64_t>(digit);
@@ -316,7 +315,8 @@ void TallixCrashReportBuilder::describeSignal(Tlxcrsh__CrashReport& report,
     return;
   described->name = const_cast<char*>(TallixCrashSignalText::name(signal.si_signo));
   described->code = const_cast<char*>(TallixCrashSignalText::code(signal.si_signo, signal.si_code));
-  described->address = reinterpret_cast<std::uintptr_t>(signal.si_addr);
+  // Only a fault has an address; in a sent signal the same bytes hold the sender's pid.
+  described->address = signal.si_code > 0 ? reinterpret_cast<std::uintptr_t>(signal.si_addr) : 0;
   described->has_number = described->has_code_number = 1;
   described->number = signal.si_signo;
   described->code_number = signal.si_code;

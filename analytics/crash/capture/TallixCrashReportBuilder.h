@@ -55,8 +55,8 @@ class TallixCrashReportBuilder {
   void describeImages(Tlxcrsh__CrashReport& report, const TallixCrashImageList& images);
   void describeThreads(Tlxcrsh__CrashReport& report, const TallixCrashMoment& moment,
                        const TallixCrashImageList& images, const TallixCrashMemory& memory);
-  Tlxcrsh__CrashReport__Thread* describeThread(pid_t tid, const ucontext_t* context,
-                                               bool pcIsExact, const TallixCrashImageList& images,
+  Tlxcrsh__CrashReport__Thread* describeThread(pid_t tid, const ucontext_t* context, bool pcIsExact,
+                                               const TallixCrashImageList& images,
                                                const TallixCrashMemory& memory);
   void describeSignal(Tlxcrsh__CrashReport& report, const siginfo_t& signal);
   void describeException(Tlxcrsh__CrashReport& report);

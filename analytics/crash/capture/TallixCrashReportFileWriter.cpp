@@ -55,7 +55,8 @@ void append(ProtobufCBuffer* buffer, size_t size, const uint8_t* bytes) {
 
 bool TallixCrashReportFileWriter::write(int descriptor, const Tlxcrsh__CrashReport& report) {
   ChunkedFile file{{&append}, descriptor, false, 0, {}};
-  append(&file.base, TallixCrashReportHeader::kSize, TallixCrashReportHeader::bytes());
+  append(&file.base, tallix::TallixCrashReportHeader::kSize,
+         tallix::TallixCrashReportHeader::bytes());
   protobuf_c_message_pack_to_buffer(&report.base, &file.base);
   flush(file);
   return !file.failed;

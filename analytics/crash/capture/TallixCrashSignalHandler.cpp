@@ -39,7 +39,7 @@ bool recursOnReturn(int signal, const siginfo_t& info) {
 
 std::string TallixCrashSignalHandler::install() {
   installingProcess = getpid();
-  struct sigaction action{};
+  struct sigaction action {};
   action.sa_sigaction = &TallixCrashSignalHandler::handle;
   action.sa_flags = SA_SIGINFO | SA_ONSTACK;
   sigemptyset(&action.sa_mask);

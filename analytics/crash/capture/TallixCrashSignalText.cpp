@@ -1,5 +1,7 @@
 #include "analytics/crash/capture/TallixCrashSignalText.h"
 
+#include <cstddef>
+
 namespace tallix::crash {
 
 namespace {
@@ -18,7 +20,7 @@ const char* lookup(const Entry (&entries)[N], int value, const char* otherwise) 
 }
 
 constexpr Entry kSignals[] = {
-    {SIGSEGV, "SIGSEGV"}, {SIGBUS, "SIGBUS"},   {SIGILL, "SIGILL"},   {SIGFPE, "SIGFPE"},
+    {SIGSEGV, "SIGSEGV"}, {SIGBUS, "SIGBUS"},   {SIGILL, "SIGILL"}, {SIGFPE, "SIGFPE"},
     {SIGABRT, "SIGABRT"}, {SIGTRAP, "SIGTRAP"}, {SIGSYS, "SIGSYS"},
 };
 
@@ -28,8 +30,10 @@ constexpr Entry kSenders[] = {
     {SI_TIMER, "SI_TIMER"}, {SI_TKILL, "SI_TKILL"},   {SI_ASYNCIO, "SI_ASYNCIO"},
 };
 
-constexpr Entry kSegv[] = {{SEGV_MAPERR, "SEGV_MAPERR"}, {SEGV_ACCERR, "SEGV_ACCERR"},
-                           {SEGV_BNDERR, "SEGV_BNDERR"}, {SEGV_PKUERR, "SEGV_PKUERR"}};
+constexpr Entry kSegv[] = {{SEGV_MAPERR, "SEGV_MAPERR"},
+                           {SEGV_ACCERR, "SEGV_ACCERR"},
+                           {SEGV_BNDERR, "SEGV_BNDERR"},
+                           {SEGV_PKUERR, "SEGV_PKUERR"}};
 constexpr Entry kBus[] = {{BUS_ADRALN, "BUS_ADRALN"},
                           {BUS_ADRERR, "BUS_ADRERR"},
                           {BUS_OBJERR, "BUS_OBJERR"},
@@ -55,12 +59,18 @@ const char* TallixCrashSignalText::code(int signal, int code) {
   if (code <= 0 || code == SI_KERNEL)
     return lookup(kSenders, code, "UNKNOWN");
   switch (signal) {
-    case SIGSEGV: return lookup(kSegv, code, "UNKNOWN");
-    case SIGBUS: return lookup(kBus, code, "UNKNOWN");
-    case SIGILL: return lookup(kIll, code, "UNKNOWN");
-    case SIGFPE: return lookup(kFpe, code, "UNKNOWN");
-    case SIGTRAP: return lookup(kTrap, code, "UNKNOWN");
-    default: return "UNKNOWN";
+    case SIGSEGV:
+      return lookup(kSegv, code, "UNKNOWN");
+    case SIGBUS:
+      return lookup(kBus, code, "UNKNOWN");
+    case SIGILL:
+      return lookup(kIll, code, "UNKNOWN");
+    case SIGFPE:
+      return lookup(kFpe, code, "UNKNOWN");
+    case SIGTRAP:
+      return lookup(kTrap, code, "UNKNOWN");
+    default:
+      return "UNKNOWN";
   }
 }
 

@@ -31,7 +31,7 @@ class ElfFile {
   }
 
   // The symbol table and its strings, or nothing when the file has none (a stripped library).
-  bool findSymbolTable(ElfW(Shdr)& symbols, ElfW(Shdr)& strings) const {
+  bool findSymbolTable(ElfW(Shdr) & symbols, ElfW(Shdr) & strings) const {
     ElfW(Ehdr) header{};
     if (!readAt(0, &header, sizeof header) || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 ||
         header.e_shentsize != sizeof(ElfW(Shdr)) || header.e_shnum == 0)
@@ -39,7 +39,7 @@ class ElfFile {
     std::vector<ElfW(Shdr)> sections(header.e_shnum);
     if (!readAt(header.e_shoff, sections.data(), sections.size() * sizeof(ElfW(Shdr))))
       return false;
-    for (const ElfW(Shdr)& section : sections) {
+    for (const ElfW(Shdr) & section : sections) {
       if (section.sh_type != SHT_SYMTAB || section.sh_link >= sections.size() ||
           section.sh_entsize != sizeof(ElfW(Sym)))
         continue;
@@ -56,7 +56,7 @@ class ElfFile {
   }
 
   std::size_t size() const {
-    struct stat status{};
+    struct stat status {};
     return fstat(descriptor_, &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
   }
 
@@ -110,12 +110,13 @@ void TallixCrashSymbolTables::prepareFile(const char* path) {
   table.path = strdup(isExecutable ? resolved : path);
   ElfFile file(path);
   ElfW(Shdr) symbols{}, strings{};
-  if (file.findSymbolTable(symbols, strings) && symbols.sh_offset + symbols.sh_size <= file.size() &&
+  if (file.findSymbolTable(symbols, strings) &&
+      symbols.sh_offset + symbols.sh_size <= file.size() &&
       strings.sh_offset + strings.sh_size <= file.size()) {
     // One mapping from the file's start keeps both tables at their file offsets. Only the
     // pages a lookup touches are ever read in.
-    const std::size_t end = std::max(symbols.sh_offset + symbols.sh_size,
-                                     strings.sh_offset + strings.sh_size);
+    const std::size_t end =
+        std::max(symbols.sh_offset + symbols.sh_size, strings.sh_offset + strings.sh_size);
     const Mapped mapped = file.map(0, end);
     if (mapped.bytes && mapped.bytes[strings.sh_offset + strings.sh_size - 1] == '\0') {
       table.symbols = mapped.bytes + symbols.sh_offset;

@@ -25,13 +25,13 @@ struct Candidate {
   }
 };
 
-bool isFunction(const ElfW(Sym)& entry) {
+bool isFunction(const ElfW(Sym) & entry) {
   const unsigned type = ELF64_ST_TYPE(entry.st_info);
   return (type == STT_FUNC || type == STT_GNU_IFUNC) && entry.st_shndx != SHN_UNDEF &&
          entry.st_value != 0;
 }
 
-Candidate scan(const ElfW(Sym)* symbols, std::size_t count, const char* strings,
+Candidate scan(const ElfW(Sym) * symbols, std::size_t count, const char* strings,
                std::size_t stringsSize, const TallixCrashImage& image, std::uintptr_t address) {
   Candidate best;
   for (std::size_t i = 0; i < count; ++i) {

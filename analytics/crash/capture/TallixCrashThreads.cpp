@@ -90,7 +90,7 @@ TallixCrashThreadSlot* slotOf(pid_t tid) {
 
 bool highestFreeSignal(int& chosen) {
   for (int candidate = SIGRTMAX; candidate >= SIGRTMIN; --candidate) {
-    struct sigaction current{};
+    struct sigaction current {};
     if (sigaction(candidate, nullptr, &current) == 0 && !(current.sa_flags & SA_SIGINFO) &&
         current.sa_handler == SIG_DFL) {
       chosen = candidate;
@@ -115,7 +115,7 @@ bool TallixCrashThreads::prepare() {
   int chosen = 0;
   if (!highestFreeSignal(chosen))
     return false;
-  struct sigaction action{};
+  struct sigaction action {};
   action.sa_sigaction = &TallixCrashThreads::handleRequest;
   action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_RESTART;
   sigemptyset(&action.sa_mask);
@@ -173,10 +173,13 @@ void TallixCrashThreads::handleRequest(int, siginfo_t*, void* context) {
   TallixCrashThreadSlot* slot =
       request == Request::kNone ? nullptr : slotOf(static_cast<pid_t>(syscall(SYS_gettid)));
   if (slot) {
-    if (request == Request::kInstallAltStack)
-      TallixCrashAltStack::installOnCurrentThread();
-    else
+    stack_t stack{};
+    if (request == Request::kInstallAltStack) {
+      if (TallixCrashAltStack::installOnCurrentThread(&stack))
+        static_cast<ucontext_t*>(context)->uc_stack = stack;
+    } else {
       std::memcpy(&slot->context, context, sizeof slot->context);
+    }
     slot->answered.store(1, std::memory_order_release);
     answers.fetch_add(1, std::memory_order_acq_rel);
     TallixCrashFutex::wakeAll(answers);

@@ -76,9 +76,9 @@ void blockAsynchronousSignals() {
 
 bool capture(const Request& request, int descriptor) {
   const pid_t skipped[] = {request.tid, writerTid.load()};
-  const std::size_t count = TallixCrashThreads::askAll(
-      TallixCrashThreads::Request::kRecordContext, skipped, 2,
-      TallixCrashFutex::nowNs() + kAnswerWindowNs);
+  const std::size_t count =
+      TallixCrashThreads::askAll(TallixCrashThreads::Request::kRecordContext, skipped, 2,
+                                 TallixCrashFutex::nowNs() + kAnswerWindowNs);
   arena->reset();
   const TallixCrashMemory memory;
   TallixCrashMoment moment;
@@ -105,8 +105,7 @@ bool capture(const Request& request, int descriptor) {
 }
 
 bool writeCrashFile() {
-  const int file =
-      open(writerSetup.partialPath, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  const int file = open(writerSetup.partialPath, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   if (file < 0)
     return false;
   bool written = capture(crashRequest, file) && fsync(file) == 0;

@@ -37,7 +37,8 @@ class TallixCrashWriter {
                                std::int64_t signalTimeNs, std::int64_t deadlineNs);
   // From the writer's own signal handler: the crashing thread stops waiting for its report.
   static void abandonCrashReport();
-  // From any thread outside a signal handler: a report of this moment into the existing file at `path`.
+  // From any thread outside a signal handler: a report of this moment into the existing file at
+  // `path`.
   static bool writeLiveReport(const char* path, std::int64_t deadlineNs);
 
  private:

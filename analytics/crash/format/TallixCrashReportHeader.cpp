@@ -7,6 +7,12 @@ namespace tallix {
 
 namespace {
 constexpr std::string_view kMagic = "tlxcrsh";
+constexpr std::uint8_t kHeader[TallixCrashReportHeader::kSize] = {
+    't', 'l', 'x', 'c', 'r', 's', 'h', TallixCrashReportHeader::kVersion};
+}  // namespace
+
+const std::uint8_t* TallixCrashReportHeader::bytes() {
+  return kHeader;
 }
 
 std::optional<TallixCrashReportHeader::Bytes> TallixCrashReportHeader::body(Bytes report,

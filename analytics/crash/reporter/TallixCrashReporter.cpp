@@ -44,8 +44,8 @@ struct EnabledState {
 std::string chooseIdentifier(const std::string& given) {
   if (!given.empty())
     return given;
-  const std::string processName = program_invocation_short_name ? program_invocation_short_name
-                                                                : "";
+  const std::string processName =
+      program_invocation_short_name ? program_invocation_short_name : "";
   if (processName.empty())
     throw TallixCrashReporterException("Can not determine process identifier or process name");
   TallixLog::debug("[CrashReporter] Warning -- bundle identifier, using process name %s",
@@ -98,12 +98,14 @@ std::string TallixCrashReporter::enable() {
     return "Could not create the crash report folder " + paths_.directory().string();
   if (!TallixCrashThreads::prepare())
     return "No free real-time signal or memory for stopping threads";
-  auto* state = new EnabledState{TallixCrashProcessSnapshot::take(identifier_, version_), {},
-                                 paths_.pendingReport(), paths_.partialReport(),
+  auto* state = new EnabledState{TallixCrashProcessSnapshot::take(identifier_, version_),
+                                 {},
+                                 paths_.pendingReport(),
+                                 paths_.partialReport(),
                                  paths_.directory()};
-  if (!TallixCrashWriter::start({&state->process, &state->symbols,
-                                 config_.symbolicationStrategy(), state->pendingPath.c_str(),
-                                 state->partialPath.c_str(), state->directory.c_str()}))
+  if (!TallixCrashWriter::start({&state->process, &state->symbols, config_.symbolicationStrategy(),
+                                 state->pendingPath.c_str(), state->partialPath.c_str(),
+                                 state->directory.c_str()}))
     return "Could not start the crash report writer";
   TallixCrashThreadStartHook::activate();
   TallixCrashAltStack::installOnCurrentThread();

@@ -1,5 +1,6 @@
 // A program that enables the crash reporter and then crashes the way its arguments say:
-//   tallix_crash_child <segv|bus|ill|fpe|abrt|trap|overflow> <main|worker|library> <none|before|after>
+//   tallix_crash_child <segv|bus|ill|fpe|abrt|trap|overflow> <main|worker|library>
+//   <none|before|after>
 // The last argument installs a handler of another library before or after the reporter's; it
 // writes "foreign" to standard output when it runs and then lets the signal go on.
 #include <glib.h>
@@ -43,7 +44,7 @@ void foreignHandler(int signal, siginfo_t* info, void* context) {
 }
 
 void installForeignHandler() {
-  struct sigaction action{};
+  struct sigaction action {};
   action.sa_sigaction = &foreignHandler;
   action.sa_flags = SA_SIGINFO | SA_ONSTACK;
   for (int signal : kFatalSignals)
@@ -67,7 +68,8 @@ __attribute__((noinline)) void crashByIll() {
 
 __attribute__((noinline)) void crashByFpe() {
   volatile int zero = 0;
-  volatile int result = 1 / zero;
+  volatile int seven = 7;
+  volatile int result = seven / zero;
   (void)result;
 }
 
@@ -79,10 +81,12 @@ __attribute__((noinline)) void crashByTrap() {
   asm volatile("int3");
 }
 
+volatile bool deeper = true;
+
 __attribute__((noinline)) int overflowStack(int depth) {
   volatile char frame[512];
   frame[0] = static_cast<char>(depth);
-  return overflowStack(depth + 1) + frame[0];
+  return (deeper ? overflowStack(depth + 1) : 0) + frame[0];
 }
 
 __attribute__((noinline)) void crashByOverflow() {
@@ -90,24 +94,32 @@ __attribute__((noinline)) void crashByOverflow() {
 }
 
 std::function<void()> chooseCrash(const std::string& kind) {
-  if (kind == "segv") return crashBySegv;
-  if (kind == "bus") return crashByBus;
-  if (kind == "ill") return crashByIll;
-  if (kind == "fpe") return crashByFpe;
-  if (kind == "abrt") return crashByAbrt;
-  if (kind == "trap") return crashByTrap;
-  if (kind == "overflow") return crashByOverflow;
+  if (kind == "segv")
+    return crashBySegv;
+  if (kind == "bus")
+    return crashByBus;
+  if (kind == "ill")
+    return crashByIll;
+  if (kind == "fpe")
+    return crashByFpe;
+  if (kind == "abrt")
+    return crashByAbrt;
+  if (kind == "trap")
+    return crashByTrap;
+  if (kind == "overflow")
+    return crashByOverflow;
   return nullptr;
 }
 
 // Threads that only wait, so a report has more than the crashing one to stop and walk.
 void startIdleThreads(int count) {
-  static std::mutex mutex;
-  static std::condition_variable never;
+  // Never destroyed: the threads still wait on them while the process ends.
+  static auto* mutex = new std::mutex;
+  static auto* never = new std::condition_variable;
   for (int i = 0; i < count; ++i)
     std::thread([] {
-      std::unique_lock lock(mutex);
-      never.wait(lock, [] { return false; });
+      std::unique_lock lock(*mutex);
+      never->wait(lock, [] { return false; });
     }).detach();
 }
 
@@ -134,8 +146,8 @@ int main(int argc, char** argv) {
   if (!crash)
     return 2;
   startIdleThreads(2);
-  GThread* library = thread == "library" ? g_thread_new("crasher", &crashOnLibraryThread, &crash)
-                                         : nullptr;
+  GThread* library =
+      thread == "library" ? g_thread_new("crasher", &crashOnLibraryThread, &crash) : nullptr;
   if (foreign == "before")
     installForeignHandler();
   TallixCrashReporter reporter(
