@@ -79,6 +79,8 @@ bool AppDelegate::didFinishLaunching(QApplication& application,
     tallix::Tallix::setBeaconServerURL(analyticsServer->configurationUrl().toStdString());
     tallix::Tallix::setBeaconEnabled(true);
   }
+  // A crash shows up at the next start as the crashed former session, with its report.
+  tallix::Tallix::setCrashReportingEnabled(true);
   tallix::Tallix::startSession(kTallixProjectKey);
   return true;
 }

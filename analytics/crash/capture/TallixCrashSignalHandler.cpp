@@ -58,9 +58,13 @@ void TallixCrashSignalHandler::handle(int signal, siginfo_t* info, void* context
   const int savedErrno = errno;
   const pid_t self = currentThreadId();
   pid_t expected = 0;
-  // A child forked without exec has no writer thread: it dies as it would without us.
   if (getpid() != installingProcess) {
+    // A child forked without exec has no writer thread: it dies as it would without us.
     handOnAndReturn(signal, *info);
+  } else if (self == TallixCrashWriter::threadId() && info->si_code <= 0) {
+    // Sent to the process (kill -SEGV) and delivered to the writer, which is needed to write
+    // the report: the main thread takes it instead.
+    syscall(SYS_tgkill, installingProcess, installingProcess, signal);
   } else if (crashingThread.compare_exchange_strong(expected, self)) {
     if (self != TallixCrashWriter::threadId())
       TallixCrashWriter::writeCrashReport(*info, *static_cast<const ucontext_t*>(context),
