@@ -137,6 +137,14 @@ gpointer crashOnLibraryThread(gpointer crash) {
 
 }  // namespace
 
+#if defined(__SANITIZE_ADDRESS__)
+// The sanitizer would otherwise take these signals first and end the child its own way.
+extern "C" const char* __asan_default_options() {
+  return "handle_segv=0:handle_sigbus=0:handle_sigill=0:handle_sigfpe=0:handle_abort=0:"
+         "use_sigaltstack=0";
+}
+#endif
+
 int main(int argc, char** argv) {
   if (argc != 4)
     return 2;
