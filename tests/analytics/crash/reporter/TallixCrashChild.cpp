@@ -3,7 +3,9 @@
 //   <none|before|after>
 // The last argument installs a handler of another library before or after the reporter's; it
 // writes "foreign" to standard output when it runs and then lets the signal go on.
+#include <fcntl.h>
 #include <glib.h>
+#include <malloc.h>
 #include <pthread.h>
 #include <signal.h>
 #include <sys/mman.h>
@@ -29,12 +31,19 @@ using namespace tallix::crash;
 constexpr int kFatalSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
 struct sigaction foreignPrevious[NSIG];
 
+// Read through a volatile pointer so the compiler cannot prove the faulting store away.
+int* volatile nowhere = nullptr;
+
+bool faultAfterChaining = false;
+
 void foreignHandler(int signal, siginfo_t* info, void* context) {
   static const char kMark[] = "foreign\n";
   (void)!write(STDOUT_FILENO, kMark, sizeof kMark - 1);
   const struct sigaction& previous = foreignPrevious[signal];
   if (previous.sa_flags & SA_SIGINFO) {
     previous.sa_sigaction(signal, info, context);
+    if (faultAfterChaining)
+      *nowhere = 2;
     return;
   }
   // Whatever came before is put back: a fault happens again, a sent signal is sent again.
@@ -52,7 +61,7 @@ void installForeignHandler() {
 }
 
 __attribute__((noinline)) void crashBySegv() {
-  *static_cast<volatile int*>(nullptr) = 1;
+  *nowhere = 1;
 }
 
 __attribute__((noinline)) void crashByBus() {
@@ -93,7 +102,50 @@ __attribute__((noinline)) void crashByOverflow() {
   overflowStack(0);
 }
 
+__attribute__((noinline)) void crashInTwoThreads() {
+  static std::atomic<int> ready{0};
+  auto fault = [] {
+    pthread_setname_np(pthread_self(), "crasher");
+    ++ready;
+    while (ready.load() < 2) {
+    }
+    crashBySegv();
+  };
+  std::thread first(fault), second(fault);
+  first.join();
+  second.join();
+}
+
+__attribute__((noinline)) void corruptHeapAndAllocate() {
+  // Volatile, or the compiler drops allocations nobody reads. The second free finds the
+  // block already in the free list and malloc aborts the process.
+  void* volatile block = malloc(64);
+  free(block);
+  free(block);
+  asm volatile("");  // keeps the last call a call, so this frame stays on the stack
+}
+
+// malloc_info writes its report while it holds the main arena's lock; a full pipe that
+// nobody reads keeps it there.
+__attribute__((noinline)) void crashWhileAllocatorLockHeld() {
+  int fds[2];
+  if (pipe(fds) != 0)
+    return;
+  fcntl(fds[1], F_SETFL, O_NONBLOCK);
+  const char filler[4096] = {};
+  while (write(fds[1], filler, sizeof filler) > 0) {
+  }
+  fcntl(fds[1], F_SETFL, 0);
+  FILE* blocked = fdopen(fds[1], "w");
+  std::thread([blocked] { malloc_info(0, blocked); }).detach();
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  crashBySegv();
+}
+
 std::function<void()> chooseCrash(const std::string& kind) {
+  if (kind == "twothreads") return crashInTwoThreads;
+  if (kind == "heap") return corruptHeapAndAllocate;
+  if (kind == "mallocheld") return crashWhileAllocatorLockHeld;
   if (kind == "segv")
     return crashBySegv;
   if (kind == "bus")
@@ -166,8 +218,10 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "enable: %s\n", error.c_str());
     return 3;
   }
-  if (foreign == "after")
+  if (foreign == "after" || foreign == "faulting") {
+    faultAfterChaining = foreign == "faulting";
     installForeignHandler();
+  }
   if (thread == "main") {
     crash();
   } else if (thread == "worker") {
