@@ -95,8 +95,8 @@ std::int64_t nowNs() {
 }
 
 void measureCrashes(const std::filesystem::path& folder) {
-  auto* shared = static_cast<Shared*>(mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE,
-                                           MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+  auto* shared = static_cast<Shared*>(
+      mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   std::vector<double> crashes, enables, held;
   const int watch = inotify_init1(IN_CLOEXEC);
   inotify_add_watch(watch, folder.c_str(), IN_MOVED_TO);
@@ -152,8 +152,8 @@ void measureLiveReports() {
 }  // namespace
 
 int main() {
-  const auto cache = std::filesystem::temp_directory_path() /
-                     ("tallix-crash-bench-" + std::to_string(getpid()));
+  const auto cache =
+      std::filesystem::temp_directory_path() / ("tallix-crash-bench-" + std::to_string(getpid()));
   setenv("XDG_CACHE_HOME", cache.c_str(), 1);
   const TallixCrashReportPaths paths("org.orvane.crash-bench");
   paths.create();

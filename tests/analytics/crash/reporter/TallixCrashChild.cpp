@@ -31,12 +31,15 @@ using namespace tallix::crash;
 constexpr int kFatalSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP};
 struct sigaction foreignPrevious[NSIG];
 
+// The crashes are made of undefined behaviour on purpose: the sanitizer must let them happen.
+#define CRASHING __attribute__((noinline, no_sanitize("undefined")))
+
 // Read through a volatile pointer so the compiler cannot prove the faulting store away.
 int* volatile nowhere = nullptr;
 
 bool faultAfterChaining = false;
 
-void foreignHandler(int signal, siginfo_t* info, void* context) {
+CRASHING void foreignHandler(int signal, siginfo_t* info, void* context) {
   static const char kMark[] = "foreign\n";
   (void)!write(STDOUT_FILENO, kMark, sizeof kMark - 1);
   const struct sigaction& previous = foreignPrevious[signal];
@@ -60,49 +63,49 @@ void installForeignHandler() {
     sigaction(signal, &action, &foreignPrevious[signal]);
 }
 
-__attribute__((noinline)) void crashBySegv() {
+CRASHING void crashBySegv() {
   *nowhere = 1;
 }
 
-__attribute__((noinline)) void crashByBus() {
+CRASHING void crashByBus() {
   FILE* empty = tmpfile();
   auto* mapped = static_cast<volatile char*>(
       mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED, fileno(empty), 0));
   mapped[0] = 1;
 }
 
-__attribute__((noinline)) void crashByIll() {
+CRASHING void crashByIll() {
   __builtin_trap();
 }
 
-__attribute__((noinline)) void crashByFpe() {
+CRASHING void crashByFpe() {
   volatile int zero = 0;
   volatile int seven = 7;
   volatile int result = seven / zero;
   (void)result;
 }
 
-__attribute__((noinline)) void crashByAbrt() {
+CRASHING void crashByAbrt() {
   abort();
 }
 
-__attribute__((noinline)) void crashByTrap() {
+CRASHING void crashByTrap() {
   asm volatile("int3");
 }
 
 volatile bool deeper = true;
 
-__attribute__((noinline)) int overflowStack(int depth) {
+CRASHING int overflowStack(int depth) {
   volatile char frame[512];
   frame[0] = static_cast<char>(depth);
   return (deeper ? overflowStack(depth + 1) : 0) + frame[0];
 }
 
-__attribute__((noinline)) void crashByOverflow() {
+CRASHING void crashByOverflow() {
   overflowStack(0);
 }
 
-__attribute__((noinline)) void crashInTwoThreads() {
+CRASHING void crashInTwoThreads() {
   static std::atomic<int> ready{0};
   auto fault = [] {
     pthread_setname_np(pthread_self(), "crasher");
@@ -116,7 +119,7 @@ __attribute__((noinline)) void crashInTwoThreads() {
   second.join();
 }
 
-__attribute__((noinline)) void corruptHeapAndAllocate() {
+CRASHING void corruptHeapAndAllocate() {
   // Volatile, or the compiler drops allocations nobody reads. The second free finds the
   // block already in the free list and malloc aborts the process.
   void* volatile block = malloc(64);
@@ -127,7 +130,7 @@ __attribute__((noinline)) void corruptHeapAndAllocate() {
 
 // malloc_info writes its report while it holds the main arena's lock; a full pipe that
 // nobody reads keeps it there.
-__attribute__((noinline)) void crashWhileAllocatorLockHeld() {
+CRASHING void crashWhileAllocatorLockHeld() {
   int fds[2];
   if (pipe(fds) != 0)
     return;
@@ -143,9 +146,12 @@ __attribute__((noinline)) void crashWhileAllocatorLockHeld() {
 }
 
 std::function<void()> chooseCrash(const std::string& kind) {
-  if (kind == "twothreads") return crashInTwoThreads;
-  if (kind == "heap") return corruptHeapAndAllocate;
-  if (kind == "mallocheld") return crashWhileAllocatorLockHeld;
+  if (kind == "twothreads")
+    return crashInTwoThreads;
+  if (kind == "heap")
+    return corruptHeapAndAllocate;
+  if (kind == "mallocheld")
+    return crashWhileAllocatorLockHeld;
   if (kind == "segv")
     return crashBySegv;
   if (kind == "bus")

@@ -26,9 +26,9 @@ void PrintTo(const CrashKind& kind, std::ostream* out) {
 }
 
 constexpr CrashKind kCrashes[] = {
-    {"segv", SIGSEGV, "crashBySegv"}, {"bus", SIGBUS, "crashByBus"},
-    {"ill", SIGILL, "crashByIll"},    {"fpe", SIGFPE, "crashByFpe"},
-    {"abrt", SIGABRT, "crashByAbrt"}, {"trap", SIGTRAP, "crashByTrap"},
+    {"segv", SIGSEGV, "crashBySegv"},       {"bus", SIGBUS, "crashByBus"},
+    {"ill", SIGILL, "crashByIll"},          {"fpe", SIGFPE, "crashByFpe"},
+    {"abrt", SIGABRT, "crashByAbrt"},       {"trap", SIGTRAP, "crashByTrap"},
     {"overflow", SIGSEGV, "overflowStack"},
 };
 
@@ -57,8 +57,7 @@ class CrashChild {
   }
 
   // Runs the child; its first output line (the foreign handler's mark) and its wait status.
-  std::pair<std::string, int> run(const CrashKind& crash, const char* thread,
-                                  const char* foreign) {
+  std::pair<std::string, int> run(const CrashKind& crash, const char* thread, const char* foreign) {
     SpawnedChild child({TALLIX_CRASH_CHILD_PATH, crash.argument, thread, foreign});
     const std::string line = std::string(foreign) != "none" ? child.readLine() : "";
     return {line, child.waitForExit()};
