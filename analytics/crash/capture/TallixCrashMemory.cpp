@@ -9,10 +9,12 @@ namespace tallix::crash {
 
 namespace {
 
-// Copies byte by byte, outside the address sanitizer's view: a crash reporter legitimately reads
-// stack memory the sanitizer has poisoned, and a plain memcpy would be intercepted.
-__attribute__((no_sanitize_address)) void copyUnchecked(std::uintptr_t from, unsigned char* to,
-                                                        std::size_t size) {
+// Copies byte by byte, outside the sanitizers' view: a crash reporter legitimately reads stack
+// memory the address sanitizer has poisoned, and other threads' stacks while they are parked,
+// which the thread sanitizer cannot know are still; a plain memcpy would be intercepted.
+__attribute__((no_sanitize_address, no_sanitize_thread)) void copyUnchecked(std::uintptr_t from,
+                                                                            unsigned char* to,
+                                                                            std::size_t size) {
   const volatile unsigned char* source = reinterpret_cast<const volatile unsigned char*>(from);
   for (std::size_t i = 0; i < size; ++i) {
     to[i] = source[i];

@@ -195,11 +195,18 @@ gpointer crashOnLibraryThread(gpointer crash) {
 
 }  // namespace
 
+// A sanitizer would otherwise take these signals first and end the child its own way.
+#define TALLIX_LEAVE_SIGNALS_ALONE                                                \
+  "handle_segv=0:handle_sigbus=0:handle_sigill=0:handle_sigfpe=0:handle_abort=0:" \
+  "use_sigaltstack=0"
 #if defined(__SANITIZE_ADDRESS__)
-// The sanitizer would otherwise take these signals first and end the child its own way.
 extern "C" const char* __asan_default_options() {
-  return "handle_segv=0:handle_sigbus=0:handle_sigill=0:handle_sigfpe=0:handle_abort=0:"
-         "use_sigaltstack=0";
+  return TALLIX_LEAVE_SIGNALS_ALONE;
+}
+#endif
+#if defined(__SANITIZE_THREAD__)
+extern "C" const char* __tsan_default_options() {
+  return TALLIX_LEAVE_SIGNALS_ALONE;
 }
 #endif
 
