@@ -21,6 +21,7 @@
 
 #include "LatencyFigure.h"
 #include "analytics/crash/reporter/TallixCrashReporter.h"
+#include "tests/analytics/crash/WaitingThreads.h"
 
 namespace {
 
@@ -38,16 +39,6 @@ TallixCrashReporter makeReporter() {
   return TallixCrashReporter(
       TallixCrashReporterConfig(TallixCrashSignalHandlerType::kBsd, kSymbolicationAll)
           .withApplication("org.orvane.crash-bench", "1.0"));
-}
-
-void startWaitingThreads() {
-  static auto* mutex = new std::mutex;
-  static auto* never = new std::condition_variable;
-  for (int i = 0; i < kThreads; ++i)
-    std::thread([] {
-      std::unique_lock lock(*mutex);
-      never->wait(lock, [] { return false; });
-    }).detach();
 }
 
 long residentKilobytes() {
@@ -77,7 +68,7 @@ std::int64_t nowNs() {
 }
 
 [[noreturn]] void crashingChild(Shared& shared) {
-  startWaitingThreads();
+  tallix::startWaitingThreads(kThreads);
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
   TallixCrashReporter reporter = makeReporter();
   std::string error;
@@ -129,7 +120,7 @@ void measureCrashes(const std::filesystem::path& folder) {
 }
 
 void measureLiveReports() {
-  startWaitingThreads();
+  tallix::startWaitingThreads(kThreads);
   TallixCrashReporter reporter = makeReporter();
   std::string error;
   if (!reporter.enableCrashReporter(error)) {

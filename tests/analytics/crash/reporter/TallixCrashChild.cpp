@@ -23,6 +23,7 @@
 #include <thread>
 
 #include "analytics/crash/reporter/TallixCrashReporter.h"
+#include "tests/analytics/crash/WaitingThreads.h"
 
 namespace {
 
@@ -169,18 +170,6 @@ std::function<void()> chooseCrash(const std::string& kind) {
   return nullptr;
 }
 
-// Threads that only wait, so a report has more than the crashing one to stop and walk.
-void startIdleThreads(int count) {
-  // Never destroyed: the threads still wait on them while the process ends.
-  static auto* mutex = new std::mutex;
-  static auto* never = new std::condition_variable;
-  for (int i = 0; i < count; ++i)
-    std::thread([] {
-      std::unique_lock lock(*mutex);
-      never->wait(lock, [] { return false; });
-    }).detach();
-}
-
 std::atomic<bool> go{false};
 
 // Started by GLib before the reporter is enabled, so it gets its alternate stack from the
@@ -218,7 +207,7 @@ int main(int argc, char** argv) {
   const std::string foreign = argv[3];
   if (!crash)
     return 2;
-  startIdleThreads(2);
+  tallix::startWaitingThreads(2);
   GThread* library =
       thread == "library" ? g_thread_new("crasher", &crashOnLibraryThread, &crash) : nullptr;
   if (foreign == "before")
