@@ -50,8 +50,9 @@ class ElfFile {
     return false;
   }
 
-  Mapped map(std::size_t offset, std::size_t size) const {
-    void* bytes = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor_, offset);
+  // The file's first `size` bytes, read only.
+  Mapped map(std::size_t size) const {
+    void* bytes = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor_, 0);
     return bytes == MAP_FAILED ? Mapped{} : Mapped{static_cast<const std::uint8_t*>(bytes), size};
   }
 
@@ -117,7 +118,7 @@ void TallixCrashSymbolTables::prepareFile(const char* path) {
     // pages a lookup touches are ever read in.
     const std::size_t end =
         std::max(symbols.sh_offset + symbols.sh_size, strings.sh_offset + strings.sh_size);
-    const Mapped mapped = file.map(0, end);
+    const Mapped mapped = file.map(end);
     if (mapped.bytes && mapped.bytes[strings.sh_offset + strings.sh_size - 1] == '\0') {
       table.symbols = mapped.bytes + symbols.sh_offset;
       table.count = symbols.sh_size / sizeof(ElfW(Sym));
