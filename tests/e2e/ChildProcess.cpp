@@ -202,6 +202,11 @@ std::optional<int> ChildProcess::wait(Clock::duration limit) {
   return status_;
 }
 
+void ChildProcess::signal(int number) {
+  if (pid_ > 0 && !status_)
+    ::kill(pid_, number);
+}
+
 void ChildProcess::stop() {
   if (pid_ <= 0 || status_)
     return;

@@ -74,6 +74,8 @@ class ChildProcess {
   // Its exit status once it has ended by itself within `limit` (128 + n for signal n), with all
   // it wrote read.
   std::optional<int> wait(Clock::duration limit);
+  // Sends the process, not its group, the signal while it runs.
+  void signal(int number);
   // Asks it to end, then makes it; its group goes with it.
   void stop();
 

@@ -74,18 +74,19 @@ std::map<std::string, std::string> DesktopSession::orvaneEnvironment() const {
   environment.insert({{"DISPLAY", display_.name()},
                       {"QT_QPA_PLATFORM", "xcb"},
                       {"XDG_RUNTIME_DIR", privateDirectory(root, "runtime")},
-                      {"XDG_DATA_HOME", privateDirectory(root, "data")},
-                      {"XDG_CACHE_HOME", privateDirectory(root, "cache")},
-                      {"XDG_CONFIG_HOME", privateDirectory(root, "config")}});
+                      {"XDG_DATA_HOME", orvaneDirectory("data")},
+                      {"XDG_CACHE_HOME", orvaneDirectory("cache")},
+                      {"XDG_CONFIG_HOME", orvaneDirectory("config")}});
   return environment;
 }
 
-Clock::duration DesktopSession::startOrvane() {
+Clock::duration DesktopSession::startOrvane(const std::vector<std::string>& arguments) {
   quitOrvane();
-  orvane_.emplace(
-      Command{{ORVANE_BINARY, "--report-first-frame", "-geometry",
-               std::to_string(screen::kWidth) + 'x' + std::to_string(screen::kHeight) + "+0+0"},
-              orvaneEnvironment()});
+  Command command{{ORVANE_BINARY, "--report-first-frame", "-geometry",
+                   std::to_string(screen::kWidth) + 'x' + std::to_string(screen::kHeight) + "+0+0"},
+                  orvaneEnvironment()};
+  command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
+  orvane_.emplace(command);
   const auto painted =
       orvane_->output().waitForLine("First frame painted", orvane_->started(), kFirstFrameLimit);
   if (!painted)
@@ -103,6 +104,15 @@ void DesktopSession::quitOrvane() {
   pointer_.reset();
   if (orvane_)
     orvane_->stop();
+}
+
+std::optional<int> DesktopSession::signalOrvane(int signal, Clock::duration limit) {
+  orvane_->signal(signal);
+  return orvane_->wait(limit);
+}
+
+std::filesystem::path DesktopSession::orvaneDirectory(const char* name) const {
+  return privateDirectory(directory_.path(), name);
 }
 
 const CapturedStream& DesktopSession::orvaneOutput() const {

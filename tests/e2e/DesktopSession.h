@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "ChildProcess.h"
 #include "Keyboard.h"
@@ -30,11 +31,15 @@ class DesktopSession {
                  const std::optional<std::filesystem::path>& soundServerDirectory = {});
   ~DesktopSession();
 
-  // Starts Orvane and returns once it has painted its first frame, with the time that took from
-  // just before it was started.
-  Clock::duration startOrvane();
+  // Starts Orvane with the arguments added and returns once it has painted its first frame, with
+  // the time that took from just before it was started.
+  Clock::duration startOrvane(const std::vector<std::string>& arguments = {});
   // Ends Orvane and waits until it has gone.
   void quitOrvane();
+  // Sends Orvane the signal; its exit status if it ends within `limit`.
+  std::optional<int> signalOrvane(int signal, Clock::duration limit);
+  // Orvane's private XDG directory of that name: "data", "cache" or "config".
+  std::filesystem::path orvaneDirectory(const char* name) const;
   // Returns once Orvane's Talk button has turned from grey to white: the engine is ready and the
   // controls can be used.
   void waitUntilTalkEnabled() const;

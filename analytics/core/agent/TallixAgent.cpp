@@ -57,8 +57,7 @@ TallixAgent::TallixAgent(TallixEnvironment environment)
       center_(environment_.notificationCenter ? *environment_.notificationCenter
                                               : foundation::NotificationCenter::defaultCenter()),
       storage_(""),
-      impl_({*environment_.clock, storage_, center_, environment_.crashCapture,
-             environment_.services}),
+      impl_({*environment_.clock, storage_, center_, environment_.services}),
       uploads_(std::make_unique<TallixUploadService>(impl_.queueExecutor(), storage_,
                                                      *environment_.clock, center_)),
       heartBeater_(impl_.queue(), center_),
@@ -118,6 +117,8 @@ void TallixAgent::startSession(const std::string& apiKey) {
             environment_.crashCapture->enable(app->bundleIdentifier(), app->bundleVersion());
         !error.empty())
       TallixLog::debug("Tallix: Failed to initialize crash reporter: %s", error.c_str());
+    std::lock_guard lock(mutex_);
+    crashCapture_ = environment_.crashCapture;
   }
   storage_.update([&](TallixSettings& s) {
     if (s.appVersion.empty())
@@ -159,7 +160,8 @@ void TallixAgent::startupNetworkAndSendSession() {
 void TallixAgent::createAndSendSession() {
   const std::string apiKey = storage_.settings().apiKey;
   const auto directory = fileDirectory();
-  const Date startTime = impl_.setupForApiKey(apiKey, directory, reporter(directory));
+  const Date startTime =
+      impl_.setupForApiKey(apiKey, directory, reporter(directory), runCrashCapture());
   copySettingsIntoSession();
   const std::string sessionId = TallixSession::sessionIdFor(startTime);
   tellDelegate(apiKey, sessionId);
@@ -410,11 +412,17 @@ void TallixAgent::endTimedEvent(const Value& eventName, const Value& parameters)
   });
 }
 
+std::shared_ptr<TallixCrashCapture> TallixAgent::runCrashCapture() const {
+  std::lock_guard lock(mutex_);
+  return crashCapture_;
+}
+
 std::optional<Value::Bytes> TallixAgent::liveCrashReport() const {
-  if (!storage_.settings().crashReportingEnabled || !environment_.crashCapture)
+  const auto crashCapture = runCrashCapture();
+  if (!storage_.settings().crashReportingEnabled || !crashCapture)
     return std::nullopt;
   std::string error;
-  auto report = environment_.crashCapture->generateLiveReport(error);
+  auto report = crashCapture->generateLiveReport(error);
   if (!report)
     TallixLog::debug("TallixSession: Failed to generate crash report: %s", error.c_str());
   return report;

@@ -26,8 +26,8 @@ class TallixSessionReporter;
 
 // One analytics agent: its settings, its current session and the lifecycle that follows the
 // application's state. The facade's class methods work on one made with the standard
-// services; tests make their own with a clock and a directory of their choosing. Arguments are checked here, on the
-// caller's thread; session work goes to the agent queue.
+// services; tests make their own with a clock and a directory of their choosing. Arguments are
+// checked here, on the caller's thread; session work goes to the agent queue.
 class TallixAgent {
  public:
   explicit TallixAgent(TallixEnvironment environment = {});
@@ -106,6 +106,7 @@ class TallixAgent {
   std::shared_ptr<TallixSessionReporter> reporter(const std::filesystem::path& directory);
   void copySettingsIntoSession();
   void tellDelegate(const std::string& apiKey, const std::string& sessionId);
+  std::shared_ptr<TallixCrashCapture> runCrashCapture() const;
   std::optional<foundation::Value::Bytes> liveCrashReport() const;
   void recordError(const foundation::Value& errorId, const foundation::Value& message,
                    std::function<void(TallixSession&, const std::string&, const std::string&,
@@ -123,6 +124,9 @@ class TallixAgent {
   std::once_flag deviceOnce_;
   TallixDeviceDescription device_;
   std::shared_ptr<TallixSessionReporter> reporter_;
+  // The crash port once enabled at the start; switching crash reporting on later waits for
+  // the next run, as the reporter is only made at a start.
+  std::shared_ptr<TallixCrashCapture> crashCapture_;
   TallixImpl impl_;
   // After the queue's owner: gone first, so the network is no longer followed while the
   // queue finishes its work.

@@ -48,7 +48,8 @@ TallixImpl::Executor TallixImpl::queueExecutor() {
 
 TallixImpl::KeyedParts& TallixImpl::keyedParts(const std::string& apiKey,
                                                const std::filesystem::path& directory,
-                                               std::shared_ptr<TallixSessionReporter> reporter) {
+                                               std::shared_ptr<TallixSessionReporter> reporter,
+                                               std::shared_ptr<TallixCrashCapture> crashCapture) {
   if (keyed_)
     return *keyed_;
   const TallixFilePaths paths(directory, apiKey);
@@ -59,17 +60,18 @@ TallixImpl::KeyedParts& TallixImpl::keyedParts(const std::string& apiKey,
       [reporter = keyed_->reporter.get()](TallixSession& session) {
         return reporter->recordOf(session);
       });
-  keyed_->context = std::make_shared<const TallixSessionContext>(TallixSessionContext{
-      parts_.clock, parts_.settings, counters_, paths, *keyed_->savedSessions, saver_,
-      keyed_->measurements, *keyed_->reporter, parts_.notificationCenter, parts_.crashCapture,
-      parts_.services});
+  keyed_->context = std::make_shared<const TallixSessionContext>(
+      TallixSessionContext{parts_.clock, parts_.settings, counters_, paths, *keyed_->savedSessions,
+                           saver_, keyed_->measurements, *keyed_->reporter,
+                           parts_.notificationCenter, std::move(crashCapture), parts_.services});
   keyed_->factory = std::make_unique<TallixSessionFactory>(keyed_->context);
   return *keyed_;
 }
 
 Date TallixImpl::setupForApiKey(const std::string& apiKey,
                                 const std::filesystem::path& agentDirectory,
-                                std::shared_ptr<TallixSessionReporter> reporter) {
+                                std::shared_ptr<TallixSessionReporter> reporter,
+                                std::shared_ptr<TallixCrashCapture> crashCapture) {
   const Date startTime = parts_.clock.now();
   // Events logged until the flag below flips are in the pre-cache, which the setup takes; later
   // ones are queued behind the setup.
@@ -77,10 +79,12 @@ Date TallixImpl::setupForApiKey(const std::string& apiKey,
   std::vector<std::string> preCachedNames;
   for (const auto& event : logEventPreCache_)
     preCachedNames.push_back(*event.eventName.string());
-  intake_.queueNewSession(preCachedNames, [=, this, reporter = std::move(reporter)](
+  intake_.queueNewSession(preCachedNames, [=, this, reporter = std::move(reporter),
+                                           crashCapture = std::move(crashCapture)](
                                               std::uint64_t ticket) mutable {
     TallixExceptionHandler::guarded([&] {
-      auto& factory = *keyedParts(apiKey, agentDirectory, std::move(reporter)).factory;
+      auto& factory =
+          *keyedParts(apiKey, agentDirectory, std::move(reporter), std::move(crashCapture)).factory;
       counters_.resetAll();
       std::shared_ptr<TallixSession> next;
       if (session_) {

@@ -47,7 +47,6 @@ class TallixImpl {
     const TallixClock& clock;
     TallixGlobalVariableStorage& settings;
     foundation::NotificationCenter& notificationCenter;
-    std::shared_ptr<TallixCrashCapture> crashCapture;
     const std::vector<std::shared_ptr<TallixAgentService>>& services;
   };
 
@@ -62,11 +61,13 @@ class TallixImpl {
   Executor queueExecutor();
 
   // Starts a new current session now: the previous one, if any, is archived and hands over
-  // the events it still holds. The first call's reporter reports every session of the run.
+  // the events it still holds. The first call's reporter reports every session of the run, and
+  // its crash port (null when crash reporting was off at the start) serves them all.
   // Returns the new session's start.
   foundation::Date setupForApiKey(const std::string& apiKey,
                                   const std::filesystem::path& agentDirectory,
-                                  std::shared_ptr<TallixSessionReporter> reporter);
+                                  std::shared_ptr<TallixSessionReporter> reporter,
+                                  std::shared_ptr<TallixCrashCapture> crashCapture);
 
   bool hasSession() const { return hasSession_.load(std::memory_order_acquire); }
   // The current session's id, or "" before the first.
@@ -89,7 +90,8 @@ class TallixImpl {
   std::vector<TallixPreCacheEvent> takePreCache();
   void preCache(TallixPreCacheEvent event);
   KeyedParts& keyedParts(const std::string& apiKey, const std::filesystem::path& directory,
-                         std::shared_ptr<TallixSessionReporter> reporter);
+                         std::shared_ptr<TallixSessionReporter> reporter,
+                         std::shared_ptr<TallixCrashCapture> crashCapture);
 
   Parts parts_;
   const std::shared_ptr<foundation::CallbackGate> executorGate_ =

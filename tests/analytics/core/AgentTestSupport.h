@@ -2,15 +2,20 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
+#include <vector>
 
 #include "TemporaryDirectory.h"
 #include "analytics/core/agent/TallixEnvironment.h"
 #include "analytics/core/model/TallixAutoIncrement.h"
+#include "analytics/core/ports/TallixCrashCapture.h"
 #include "analytics/core/report/TallixSessionReporter.h"
 #include "analytics/core/session/TallixSavedSessions.h"
 #include "analytics/core/session/TallixSession.h"
@@ -28,6 +33,11 @@
 
 namespace tallix {
 
+// Whether a session record holds the text, such as an event's name or a report's bytes.
+inline bool recordMentions(const foundation::Value::Bytes& record, std::string_view text) {
+  return std::search(record.begin(), record.end(), text.begin(), text.end()) != record.end();
+}
+
 // Fixed readings, so sessions compare equal across runs.
 class FixedMeasurements : public TallixSessionMeasurements {
  public:
@@ -39,9 +49,42 @@ class FixedMeasurements : public TallixSessionMeasurements {
   std::string timeZone() override { return "Europe/Berlin"; }
 };
 
+// The crash port without a reporter: a report left by the last run or none, and failures on
+// demand. Reports are read on the agent queue; set them up while the queue is idle.
+class FakeCrashCapture : public TallixCrashCapture {
+ public:
+  using Bytes = foundation::Value::Bytes;
+
+  std::string enable(const std::string&, const std::string&) override {
+    ++enables;
+    return {};
+  }
+  bool hasPendingCrashReport() override { return pending.has_value(); }
+  std::optional<Bytes> loadPendingCrashReportData(std::string& error) override {
+    ++loads;
+    if (loadFails)
+      error = "truncated report";
+    return loadFails ? std::nullopt : pending;
+  }
+  void purgePendingCrashReport() override { pending.reset(); }
+  std::optional<Bytes> generateLiveReport(std::string& error) override {
+    if (liveFails)
+      error = "threads not stopped";
+    return liveFails ? std::nullopt : std::optional(liveReport);
+  }
+
+  std::atomic<int> enables{0};
+  std::atomic<int> loads{0};
+  std::optional<Bytes> pending;
+  bool loadFails = false;
+  std::atomic<bool> liveFails{false};
+  const Bytes liveReport{'l', 'i', 'v', 'e'};
+};
+
 // A session's surroundings without the agent: settings, counters, saver, saved sessions and
-// the real reporter without a sender, over a fresh directory. Session work runs on the
-// harness's queue, as the agent runs it.
+// the real reporter without a sender and a fake crash port, over a fresh directory. Session
+// work runs on the harness's queue, as the agent runs it. The fields of every session a record
+// was written of are kept in `reported`.
 class SessionHarness {
  public:
   static constexpr const char* kApiKey = "TESTKEY";
@@ -49,10 +92,13 @@ class SessionHarness {
   SessionHarness()
       : paths(directory.path(), kApiKey),
         saved(paths.savedSessions(), settings,
-              [this](TallixSession& session) { return reporter.recordOf(session); }),
+              [this](TallixSession& session) {
+                reported.push_back(session.fields());
+                return reporter.recordOf(session);
+              }),
         context(std::make_shared<const TallixSessionContext>(
             TallixSessionContext{clock, settings, counters, paths, saved, saver, measurements,
-                                 reporter, center, nullptr, services})),
+                                 reporter, center, crash, services})),
         factory(context) {}
 
   ~SessionHarness() {
@@ -83,6 +129,8 @@ class SessionHarness {
   std::vector<std::shared_ptr<TallixAgentService>> services;
   TallixFilePaths paths;
   TallixSessionReporter reporter{settings, clock, {}, {}, {}, nullptr};
+  std::shared_ptr<FakeCrashCapture> crash = std::make_shared<FakeCrashCapture>();
+  std::vector<TallixSessionFields> reported;
   foundation::DispatchQueue queue{"test.session"};
   TallixSessionSaver saver{queue};
   TallixSavedSessions saved;
@@ -111,9 +159,11 @@ class TestApplication : public TallixApplication {
 // What a test's agent runs against: the test's clock, a private centre and a fresh directory.
 inline TallixEnvironment testEnvironment(std::shared_ptr<ManualClock> clock,
                                          foundation::NotificationCenter& center,
-                                         const std::filesystem::path& directory) {
+                                         const std::filesystem::path& directory,
+                                         std::shared_ptr<TallixCrashCapture> crash = nullptr) {
   TallixEnvironment environment;
   environment.clock = std::move(clock);
+  environment.crashCapture = std::move(crash);
   environment.notificationCenter = &center;
   environment.fileDirectory = directory;
   return environment;

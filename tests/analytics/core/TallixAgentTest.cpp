@@ -57,7 +57,8 @@ class TallixAgentTest : public ::testing::Test {
   std::shared_ptr<TestApplication> application =
       std::make_shared<TestApplication>(directory.path());
   std::shared_ptr<RecordingDelegate> delegate = std::make_shared<RecordingDelegate>();
-  TallixAgent agent{testEnvironment(clock, center, directory.path())};
+  std::shared_ptr<FakeCrashCapture> crash = std::make_shared<FakeCrashCapture>();
+  TallixAgent agent{testEnvironment(clock, center, directory.path(), crash)};
 };
 
 TEST_F(TallixAgentTest, StartsOnceWhenLaunchedKeepsWhatWasLoggedBeforeAndRefusesALateAppVersion) {
@@ -201,6 +202,78 @@ TEST_F(TallixAgentTest, TerminationEndsTheSessionIntoTheSavedSessions) {
   const auto saved = foundation::KeyedUnarchiver::unarchiveValueWithFile(paths.savedSessions());
   ASSERT_TRUE(saved && saved->array());
   EXPECT_EQ(saved->array()->size(), 1u);
+}
+
+// Earlier runs of the application over the test's directory, each leaving its session behind as
+// a killed run does; the fixture's agent is the run after them.
+TEST_F(TallixAgentTest, CrashReportingCountsFromTheStartThatFindsItOnAndTakesTheLastRunsReport) {
+  const TallixFilePaths paths(directory.path(), "QF7TNW2X");
+  const auto earlierRun = [&](auto&& run) {
+    TallixAgent earlier(testEnvironment(clock, center, directory.path(), crash));
+    earlier.setApplication(application);
+    run(earlier);
+    EXPECT_TRUE(earlier.waitUntilIdle(5s));
+    clock->advance(60);
+  };
+  earlierRun([](TallixAgent& earlier) {
+    earlier.setCrashReportingEnabled(true);
+    earlier.startSession(kApiKey);
+    earlier.startSession(kApiKey);
+  });
+  EXPECT_EQ(crash->enables, 1);
+
+  // Switched on after the start: neither the reporter nor the report of the crash before it is
+  // touched in this run, and logged errors carry no report.
+  const std::string report = "tlxcrsh\x01 SIGSEGV";
+  crash->pending = Value::Bytes(report.begin(), report.end());
+  earlierRun([&](TallixAgent& earlier) {
+    application->state = ApplicationState::Inactive;
+    earlier.startSession(kApiKey);
+    earlier.setCrashReportingEnabled(true);
+    center.post(kApplicationDidFinishLaunchingNotification);
+    earlier.logError("E1", "late", std::error_code());
+    application->state = ApplicationState::Active;
+  });
+  EXPECT_EQ(crash->enables, 1);
+  EXPECT_EQ(crash->loads, 0);
+  EXPECT_TRUE(crash->pending);
+  const auto lateRun =
+      foundation::KeyedUnarchiver::unarchiveObjectWithFile<TallixSession>(paths.currentSession());
+  ASSERT_TRUE(lateRun && lateRun->fields().errors.size() == 1);
+  EXPECT_TRUE(lateRun->fields().errors[0]->reportData().empty());
+
+  agent.setCrashReportingEnabled(true);
+  agent.startSession(kApiKey);
+  ASSERT_TRUE(agent.waitUntilIdle(5s));
+  EXPECT_EQ(crash->enables, 2);
+  EXPECT_FALSE(crash->pending);
+  const auto saved = foundation::KeyedUnarchiver::unarchiveValueWithFile(paths.savedSessions());
+  ASSERT_TRUE(saved && saved->array() && saved->array()->size() == 2);
+  EXPECT_FALSE(recordMentions(*saved->array()->at(0).bytes(), report));
+  EXPECT_TRUE(recordMentions(*saved->array()->at(1).bytes(), report));
+}
+
+TEST_F(TallixAgentTest, LoggedErrorsCarryALiveReportWhileCrashReportingIsOn) {
+  agent.setCrashReportingEnabled(true);
+  agent.startSession(kApiKey);
+  agent.logError("E1", "with report", std::error_code());
+  crash->liveFails = true;
+  testing::internal::CaptureStdout();
+  TallixLog::setLogLevel(TallixLog::kDebugLevel);
+  agent.logError("E2", "report failed", std::make_exception_ptr(std::runtime_error("lost")));
+  TallixLog::setLogLevel(TallixLog::kRefusalLevel);
+  EXPECT_NE(testing::internal::GetCapturedStdout().find(
+                "TallixSession: Failed to generate crash report: threads not stopped"),
+            std::string::npos);
+  crash->liveFails = false;
+  agent.setCrashReportingEnabled(false);
+  agent.logError("E3", "reporting off", std::error_code());
+
+  const auto errors = savedSession()->fields().errors;
+  ASSERT_EQ(errors.size(), 3u);
+  EXPECT_EQ(errors[0]->reportData(), crash->liveReport);
+  EXPECT_TRUE(errors[1]->reportData().empty());
+  EXPECT_TRUE(errors[2]->reportData().empty());
 }
 
 }  // namespace

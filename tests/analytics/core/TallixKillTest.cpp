@@ -1,10 +1,8 @@
 // A process killed while it logs: what it logged before the kill is on disk, and the next
 // start reports the killed session and begins a new one.
-#include <algorithm>
 #include <chrono>
 #include <random>
 #include <string>
-#include <string_view>
 #include <thread>
 
 #include "AgentTestSupport.h"
@@ -19,12 +17,6 @@ using namespace std::chrono_literals;
 
 constexpr const char* kApiKey = "KILL TEST";
 constexpr const char* kFileKey = "KILLTEST";
-
-bool recordMentions(const Value& record, std::string_view text) {
-  const auto* bytes = record.bytes();
-  return bytes &&
-         std::search(bytes->begin(), bytes->end(), text.begin(), text.end()) != bytes->end();
-}
 
 TallixFilePaths pathsIn(const std::filesystem::path& directory) {
   return TallixFilePaths(directory, kFileKey);
@@ -98,7 +90,9 @@ TEST(TallixKillTest, TheNextStartSavesTheKilledSessionAndBeginsANewOne) {
       pathsIn(directory.path()).savedSessions());
   ASSERT_TRUE(saved && saved->array()) << "no saved sessions after the restart";
   ASSERT_EQ(saved->array()->size(), 1u);
-  EXPECT_TRUE(recordMentions(saved->array()->front(), kChildNames[3]));
+  const auto* record = saved->array()->front().bytes();
+  ASSERT_TRUE(record);
+  EXPECT_TRUE(recordMentions(*record, kChildNames[3]));
 
   const auto current = currentSessionFileIn(directory.path());
   ASSERT_TRUE(current) << "the restart left no current session";

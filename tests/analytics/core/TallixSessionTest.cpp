@@ -239,5 +239,45 @@ TEST_F(TallixSessionTest, ALeftoverSessionFileIsReportedWhenTheNextSessionStarts
   EXPECT_EQ(harness.saved.savedSessions().size(), 1u);
 }
 
+// The last run left its session and, if it crashed, a report. The report goes with that
+// session only while crash reporting is on, and is then gone even when it could not be read.
+TEST_F(TallixSessionTest, ALeftoverSessionTakesThePendingCrashReportWhileCrashReportingIsOn) {
+  const std::string report = "tlxcrsh\x01 crashed thread";
+  const Value::Bytes reportBytes(report.begin(), report.end());
+  FakeCrashCapture& crash = *harness.crash;
+  const auto leaveAndStartNext = [&] {
+    harness.run([&] { harness.saver.flush(); });
+    session = harness.newSession();
+    return harness.reported.back();
+  };
+  crash.pending = reportBytes;
+  EXPECT_FALSE(leaveAndStartNext().crashed);
+  EXPECT_EQ(crash.pending, reportBytes);
+  EXPECT_EQ(crash.loads, 0);
+
+  harness.settings.update([](TallixSettings& settings) { settings.crashReportingEnabled = true; });
+  const TallixSessionFields crashed = leaveAndStartNext();
+  EXPECT_TRUE(crashed.crashed);
+  EXPECT_EQ(crashed.crashReportData, reportBytes);
+  EXPECT_FALSE(crash.pending);
+  EXPECT_TRUE(recordMentions(harness.saved.savedSessions().back(), report));
+
+  EXPECT_FALSE(leaveAndStartNext().crashed);
+
+  crash.pending = reportBytes;
+  crash.loadFails = true;
+  testing::internal::CaptureStdout();
+  TallixLog::setLogLevel(TallixLog::kDebugLevel);
+  const TallixSessionFields unread = leaveAndStartNext();
+  TallixLog::setLogLevel(TallixLog::kRefusalLevel);
+  EXPECT_NE(testing::internal::GetCapturedStdout().find(
+                "TallixSession: Could not load crash report data: truncated report"),
+            std::string::npos);
+  EXPECT_TRUE(unread.crashed);
+  EXPECT_FALSE(unread.crashReportData);
+  EXPECT_FALSE(crash.pending);
+  EXPECT_EQ(harness.saved.savedSessions().size(), 4u);
+}
+
 }  // namespace
 }  // namespace tallix
