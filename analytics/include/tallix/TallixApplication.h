@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace tallix {
@@ -43,6 +44,14 @@ class TallixApplication {
   // Asked when the agent starts and again each time a session record is written, on the
   // agent's queue: the screen may have turned since. Must be safe to call from any thread.
   virtual ScreenSize screenSize() const { return {}; }
+  // A value the application ships with under `key` (its information dictionary, such as
+  // "Tallix Watch API Key"); nothing when it has none.
+  virtual std::optional<std::string> infoDictionaryValue(const std::string& /*key*/) const {
+    return std::nullopt;
+  }
+  // True in a companion process that runs as the application's extension: it logs through
+  // TallixWatch into sessions of its own, and the main facade's logging calls are refused.
+  virtual bool isWatchExtension() const { return false; }
 };
 
 }  // namespace tallix
