@@ -74,11 +74,12 @@ void TallixPageViewDelegate::initWithTarget() {
                    describe(delegate().get()).c_str());
 }
 
-// Reads the slot rather than trusting the order of notifications: with two of these on one
-// target, each then sees the other settled in front and stops there.
+// Reads the slot rather than trusting the order of notifications, and leaves it alone when
+// one of its own kind sits there: a second one on the same target stacks in front of this
+// one, and taking it over would make each the other's delegate.
 void TallixPageViewDelegate::keepDelegateSlot() {
   auto current = target_->delegate();
-  if (current.get() == this)
+  if (dynamic_cast<TallixPageViewDelegate*>(current.get()))
     return;
   {
     std::lock_guard lock(mutex_);
