@@ -11,6 +11,7 @@
 #include "app/NavController.h"
 #include "app/OrvaneTallixApplication.h"
 #include "app/OrvaneVC.h"
+#include "app/pageviews/ShownPageViewTarget.h"
 #include "foundation/Console.h"
 #include "tallix/Tallix.h"
 
@@ -65,7 +66,11 @@ AppDelegate::AppDelegate(OrvaneServices services) : window_(std::make_unique<QMa
   window_->resize(420, 760);
 }
 
-AppDelegate::~AppDelegate() = default;
+// The agent would otherwise keep counting for a bar that is gone.
+AppDelegate::~AppDelegate() {
+  if (navigationPageViews_)
+    tallix::Tallix::stopLogPageViewsForTarget(navigationPageViews_);
+}
 
 bool AppDelegate::didFinishLaunching(QApplication& application,
                                      const AnalyticsServer* analyticsServer) {
@@ -100,7 +105,11 @@ bool AppDelegate::handleOpenURL(const QUrl& url) {
   if (!qobject_cast<OrvaneVC*>(screen))
     qFatal("AppDelegate: the window's root is not the main screen");
 
+  if (navigationPageViews_)
+    tallix::Tallix::stopLogPageViewsForTarget(navigationPageViews_);
   auto* navController = new NavController(screen);
+  navigationPageViews_ = std::make_shared<ShownPageViewTarget>(navController, screen);
+  tallix::Tallix::logAllPageViewsForTarget(navigationPageViews_);
   styleNavigationBar(*navController->navigationBar());
   if (query.contains(QStringLiteral("backButtonTitle"))) {
     auto* back = new QAction(query.value(QStringLiteral("backButtonTitle")));

@@ -13,6 +13,10 @@
 class QApplication;
 class QMainWindow;
 
+namespace tallix {
+class TallixPageViewTarget;
+}
+
 namespace app {
 
 // Starts Orvane and answers its URL scheme. A caller may open
@@ -46,6 +50,8 @@ class AppDelegate : public QObject {
  private:
   std::unique_ptr<QMainWindow> window_;
   std::optional<QUrl> returnURL_;
+  // The navigation bar's pages, counted while the bar is up.
+  std::shared_ptr<tallix::TallixPageViewTarget> navigationPageViews_;
 };
 
 }  // namespace app

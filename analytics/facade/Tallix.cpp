@@ -1,6 +1,8 @@
 #include "tallix/Tallix.h"
 
 #include "analytics/config/callbacks/TallixBeaconEventController.h"
+#include "analytics/config/pageviews/TallixPageViewDelegate.h"
+#include "analytics/config/pageviews/TallixPageViewDelegateOld.h"
 #include "analytics/core/agent/TallixAgent.h"
 #include "analytics/core/support/TallixAgentVersion.h"
 #include "analytics/core/support/TallixExceptionHandler.h"
@@ -225,6 +227,27 @@ void Tallix::addOrigin(const TallixValue& name, const TallixValue& version,
 void Tallix::sessionProperties(const TallixValue& properties) {
   call("+[Tallix sessionProperties:]",
        [&](TallixAgent& agent) { agent.sessionProperties(toValue(properties)); });
+}
+
+void Tallix::logAllPageViewsForTarget(const std::shared_ptr<TallixPageViewTarget>& target) {
+  // Its refusal names the method by its short name alone.
+  call("logAllPageViews", [&](TallixAgent& agent) {
+    TallixPageViewDelegate::createDelegateOnTarget(target, agent.pageViewCounter());
+  });
+}
+
+void Tallix::logAllPageViews(const std::shared_ptr<TallixPageViewTarget>& target) {
+  call("+[Tallix logAllPageViews:]", [&](TallixAgent& agent) {
+    TallixPageViewDelegateOld::createDelegateOnTarget(target, agent.pageViewCounter());
+  });
+}
+
+void Tallix::stopLogPageViewsForTarget(const std::shared_ptr<TallixPageViewTarget>& target) {
+  unrefused([&](TallixAgent&) { TallixPageViewDelegate::destroyDelegateOnTarget(target); });
+}
+
+void Tallix::logPageView() {
+  call("+[Tallix logPageView]", [](TallixAgent& agent) { agent.logPageView(); });
 }
 
 bool Tallix::activeSessionExists() {

@@ -82,6 +82,10 @@ class TallixAgent {
                  const foundation::Value& parameters = {});
   void sessionProperties(const foundation::Value& properties);
 
+  void logPageView() { impl_.maybeIncrementPageView(); }
+  // What the page-view delegates count through; it lives as long as this agent.
+  TallixPageViewCounter& pageViewCounter() { return impl_; }
+
   bool activeSessionExists() const { return impl_.hasSession(); }
   std::string getSessionID() const { return impl_.sessionId(); }
 

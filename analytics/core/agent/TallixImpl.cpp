@@ -172,6 +172,10 @@ void TallixImpl::async(SessionWork work) {
   });
 }
 
+void TallixImpl::maybeIncrementPageView() {
+  async([](TallixSession& session) { session.maybeIncrementPageView(); });
+}
+
 bool TallixImpl::waitUntilIdle(std::chrono::milliseconds limit) {
   auto done = std::make_shared<std::promise<void>>();
   auto finished = done->get_future();

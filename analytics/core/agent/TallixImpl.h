@@ -12,6 +12,7 @@
 #include "analytics/core/agent/TallixEventIntake.h"
 #include "analytics/core/model/TallixAutoIncrement.h"
 #include "analytics/core/model/TallixPreCacheEvent.h"
+#include "analytics/core/ports/TallixPageViewCounter.h"
 #include "analytics/core/session/TallixEventLog.h"
 #include "analytics/core/session/TallixSessionSaver.h"
 #include "foundation/CallbackGate.h"
@@ -37,7 +38,7 @@ struct TallixSessionContext;
 // The current session's proxy: every session operation goes onto the agent's serial queue,
 // so callers on any thread never wait for the session or its files. Events logged before the
 // first session are kept, up to what one session can log, and replayed into it.
-class TallixImpl {
+class TallixImpl : public TallixPageViewCounter {
  public:
   using SessionWork = std::function<void(TallixSession&)>;
   using Work = std::function<void()>;
@@ -51,7 +52,7 @@ class TallixImpl {
   };
 
   explicit TallixImpl(Parts parts);
-  ~TallixImpl();
+  ~TallixImpl() override;
   TallixImpl(const TallixImpl&) = delete;
   TallixImpl& operator=(const TallixImpl&) = delete;
 
@@ -79,6 +80,7 @@ class TallixImpl {
                                 const foundation::Value& parameters, bool timed);
   // Runs the work on the queue against the current session; nothing before the first.
   void async(SessionWork work);
+  void maybeIncrementPageView() override;
   // Waits, at most the limit, for the queue to run what it has and the session to be on disk.
   bool waitUntilIdle(std::chrono::milliseconds limit);
 

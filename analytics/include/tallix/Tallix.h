@@ -8,6 +8,7 @@
 #include "tallix/EventRecordResult.h"
 #include "tallix/TallixApplication.h"
 #include "tallix/TallixDelegate.h"
+#include "tallix/TallixPageViewTarget.h"
 #include "tallix/TallixValue.h"
 
 namespace tallix {
@@ -61,6 +62,19 @@ class Tallix {
   static void addOrigin(const TallixValue& name, const TallixValue& version,
                         const TallixValue& parameters = {});
   static void sessionProperties(const TallixValue& properties);
+
+  // Counts a page view whenever the target shows or selects a page, from a delegate of the
+  // agent's in the target's slot that hands every call on to the application's delegate and
+  // stays in front of any delegate set later. Targets that are neither navigation nor tab
+  // bar targets are ignored.
+  static void logAllPageViewsForTarget(const std::shared_ptr<TallixPageViewTarget>& target);
+  // The older way: the agent's delegate is put in the slot once, never taken out again, and
+  // a delegate the application sets later replaces it.
+  static void logAllPageViews(const std::shared_ptr<TallixPageViewTarget>& target);
+  // Gives the target back the application's delegate; nothing for a target never observed.
+  static void stopLogPageViewsForTarget(const std::shared_ptr<TallixPageViewTarget>& target);
+  // One page view, counted by hand; views closer than 0.3 s to the last count once.
+  static void logPageView();
 
   static bool activeSessionExists();
   static std::string getSessionID();

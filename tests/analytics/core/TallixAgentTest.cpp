@@ -204,6 +204,24 @@ TEST_F(TallixAgentTest, TerminationEndsTheSessionIntoTheSavedSessions) {
   EXPECT_EQ(saved->array()->size(), 1u);
 }
 
+// By hand or through the page-view delegates' port, views closer than 0.3 s count once. The
+// session reads the clock on the agent queue, so each moment is waited out before the next.
+TEST_F(TallixAgentTest, PageViewsCountOnTheSessionOncePerMoment) {
+  agent.startSession(kApiKey);
+  const auto viewAfter = [&](double seconds, const std::function<void()>& view) {
+    clock->advance(seconds);
+    view();
+    EXPECT_TRUE(agent.waitUntilIdle(5s));
+  };
+  viewAfter(0, [&] { agent.logPageView(); });
+  viewAfter(0, [&] { agent.pageViewCounter().maybeIncrementPageView(); });
+  viewAfter(0.3, [&] { agent.logPageView(); });
+  viewAfter(0.31, [&] { agent.pageViewCounter().maybeIncrementPageView(); });
+  const auto session = savedSession();
+  ASSERT_TRUE(session);
+  EXPECT_EQ(session->fields().pageViewCount, 2);
+}
+
 // Earlier runs of the application over the test's directory, each leaving its session behind as
 // a killed run does; the fixture's agent is the run after them.
 TEST_F(TallixAgentTest, CrashReportingCountsFromTheStartThatFindsItOnAndTakesTheLastRunsReport) {

@@ -25,11 +25,18 @@ TEST(TallixFacadeTest, AnOptedOutUserIsRefusedEverythingButTheWayBack) {
   const std::string output = printed([&] {
     result = Tallix::logEvent("refused");
     Tallix::setUserID("someone");
+    Tallix::logAllPageViewsForTarget(nullptr);
+    Tallix::logAllPageViews(nullptr);
+    Tallix::logPageView();
+    Tallix::stopLogPageViewsForTarget(nullptr);
   });
   EXPECT_EQ(result, EventRecordResult::Invalid);
   EXPECT_EQ(output,
             "Tallix: +[Tallix logEvent:withParameters:timed:] disabled.\n"
-            "Tallix: +[Tallix setUserID:] disabled.\n");
+            "Tallix: +[Tallix setUserID:] disabled.\n"
+            "Tallix: logAllPageViews disabled.\n"
+            "Tallix: +[Tallix logAllPageViews:] disabled.\n"
+            "Tallix: +[Tallix logPageView] disabled.\n");
   Tallix::setTallixOptOut(false);
   EXPECT_FALSE(Tallix::hasUserOptedOut());
   EXPECT_EQ(Tallix::getTallixAgentVersion(), "155");
