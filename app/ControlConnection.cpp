@@ -33,10 +33,8 @@ ControlConnection::ControlConnection(QLocalSocket* socket, Handler handler,
 }
 
 void ControlConnection::readAvailable() {
-  if (closing_)
-    return;
-  const QByteArray bytes = socket_->readAll();
-  if (bytes.isEmpty())
+  const QByteArray bytes = socket_->readAll();  // read even when closing, so nothing piles up
+  if (closing_ || bytes.isEmpty())
     return;
   if (!busy_)
     idle_.start();

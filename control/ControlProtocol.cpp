@@ -119,9 +119,11 @@ std::vector<ControlProtocol::Step> ControlProtocol::finish() {
   std::vector<Step> steps;
   if (state_ == State::AwaitingHello || state_ == State::Addresses) {
     std::string rest = lines_.takeRest();
+    addressBytes_ += rest.size();
     if (!rest.empty())
       addresses_.push_back(std::move(rest));
-    steps.push_back(Addresses{std::move(addresses_)});
+    if (addressBytes_ <= kLineLimit)
+      steps.push_back(Addresses{std::move(addresses_)});
   }
   state_ = State::Closed;
   return steps;
