@@ -13,6 +13,7 @@ using control::ControlProtocol;
 // A peer that sends commands faster than they are carried out, never reading the replies, is
 // cut off here rather than left to grow the queue and the socket's write buffer.
 constexpr std::size_t kWaitingLimit = 64;
+constexpr std::chrono::seconds kFlushLimit{2};
 
 }  // namespace
 
@@ -120,10 +121,13 @@ void ControlConnection::close(bool flush) {
   closing_ = true;
   idle_.stop();
   waiting_.clear();
-  if (flush)
+  if (flush) {
     socket_->disconnectFromServer();
-  else
+    // A peer that never reads would keep the last reply, and this connection, forever.
+    QTimer::singleShot(kFlushLimit, socket_, [socket = socket_] { socket->abort(); });
+  } else {
     socket_->abort();
+  }
   if (socket_->state() == QLocalSocket::UnconnectedState)
     deleteLater();
 }
