@@ -1,60 +1,18 @@
 #include "tallix/Tallix.h"
 
-#include "analytics/config/callbacks/TallixBeaconEventController.h"
 #include "analytics/config/pageviews/TallixPageViewDelegate.h"
 #include "analytics/config/pageviews/TallixPageViewDelegateOld.h"
-#include "analytics/core/agent/TallixAgent.h"
 #include "analytics/core/support/TallixAgentVersion.h"
 #include "analytics/core/support/TallixExceptionHandler.h"
 #include "analytics/core/support/TallixLog.h"
-#include "analytics/crash/agent/TallixCrashReporterCapture.h"
+#include "analytics/facade/TallixSharedAgent.h"
+#include "analytics/facade/TallixValueConversion.h"
 
 namespace tallix {
 
 using foundation::Value;
 
 namespace {
-
-// The agent behind the facade, with the services that build on its core.
-TallixAgent& sharedAgent() {
-  static TallixAgent agent([] {
-    TallixEnvironment environment;
-    environment.services.push_back(std::make_shared<TallixBeaconEventController>());
-    environment.crashCapture = std::make_shared<TallixCrashReporterCapture>();
-    return environment;
-  }());
-  return agent;
-}
-
-// The agent keeps foundation values; the facade's own type is turned into one here and
-// nowhere else, so an application never meets the agent's internal types.
-Value toValue(const TallixValue& value) {
-  switch (value.type()) {
-    case TallixValue::Type::Null:
-      break;
-    case TallixValue::Type::Bool:
-      return *value.boolean();
-    case TallixValue::Type::Integer:
-      return *value.integer();
-    case TallixValue::Type::Double:
-      return *value.number();
-    case TallixValue::Type::String:
-      return *value.string();
-    case TallixValue::Type::Array: {
-      Value::Array items;
-      for (const TallixValue& item : *value.array())
-        items.push_back(toValue(item));
-      return items;
-    }
-    case TallixValue::Type::Dictionary: {
-      Value::Dictionary entries;
-      for (const auto& [key, entry] : *value.dictionary())
-        entries.emplace(key, toValue(entry));
-      return entries;
-    }
-  }
-  return Value();
-}
 
 // Runs a facade call on the shared agent: refused while the user has opted out, and nothing
 // thrown inside gets out.
