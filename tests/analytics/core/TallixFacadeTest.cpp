@@ -59,12 +59,13 @@ TEST(TallixFacadeTest, InAnExtensionTheApplicationsLoggingCallsAreRefused) {
     Tallix::logAllPageViewsForTarget(nullptr);
     Tallix::logAllPageViews(nullptr);
     Tallix::logPageView();
-    // Without the shipped key the extension's own facade refuses too.
-    results.push_back(TallixWatch::logWatchEvent("talk"));
     Tallix::setTallixOptOut(true);
     Tallix::logPageView();
     Tallix::setTallixOptOut(false);
   });
+  // Without the shipped key the extension's own facade refuses too (the key is looked for once
+  // per process, so its line is not among those above).
+  results.push_back(TallixWatch::logWatchEvent("talk"));
   Tallix::setApplication(nullptr);
   EXPECT_EQ(results, std::vector<EventRecordResult>(3, EventRecordResult::Invalid));
   EXPECT_EQ(output,
@@ -75,8 +76,6 @@ TEST(TallixFacadeTest, InAnExtensionTheApplicationsLoggingCallsAreRefused) {
             "Tallix: logAllPageViews disabled -- this method cannot be used in watch extension.\n"
             "Tallix: logAllPageViews disabled -- this method cannot be used in watch extension.\n"
             "Tallix: logPageView disabled -- this method cannot be used in watch extension.\n"
-            "API Key not provided in plist with key Tallix Watch API Key, unable to create watch "
-            "session\n"
             "Tallix: +[Tallix logPageView] disabled.\n");
 }
 
