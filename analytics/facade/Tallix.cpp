@@ -1,60 +1,18 @@
 #include "tallix/Tallix.h"
 
-#include "analytics/config/callbacks/TallixBeaconEventController.h"
 #include "analytics/config/pageviews/TallixPageViewDelegate.h"
 #include "analytics/config/pageviews/TallixPageViewDelegateOld.h"
-#include "analytics/core/agent/TallixAgent.h"
 #include "analytics/core/support/TallixAgentVersion.h"
 #include "analytics/core/support/TallixExceptionHandler.h"
 #include "analytics/core/support/TallixLog.h"
-#include "analytics/crash/agent/TallixCrashReporterCapture.h"
+#include "analytics/facade/TallixSharedAgent.h"
+#include "analytics/facade/TallixValueConversion.h"
 
 namespace tallix {
 
 using foundation::Value;
 
 namespace {
-
-// The agent behind the facade, with the services that build on its core.
-TallixAgent& sharedAgent() {
-  static TallixAgent agent([] {
-    TallixEnvironment environment;
-    environment.services.push_back(std::make_shared<TallixBeaconEventController>());
-    environment.crashCapture = std::make_shared<TallixCrashReporterCapture>();
-    return environment;
-  }());
-  return agent;
-}
-
-// The agent keeps foundation values; the facade's own type is turned into one here and
-// nowhere else, so an application never meets the agent's internal types.
-Value toValue(const TallixValue& value) {
-  switch (value.type()) {
-    case TallixValue::Type::Null:
-      break;
-    case TallixValue::Type::Bool:
-      return *value.boolean();
-    case TallixValue::Type::Integer:
-      return *value.integer();
-    case TallixValue::Type::Double:
-      return *value.number();
-    case TallixValue::Type::String:
-      return *value.string();
-    case TallixValue::Type::Array: {
-      Value::Array items;
-      for (const TallixValue& item : *value.array())
-        items.push_back(toValue(item));
-      return items;
-    }
-    case TallixValue::Type::Dictionary: {
-      Value::Dictionary entries;
-      for (const auto& [key, entry] : *value.dictionary())
-        entries.emplace(key, toValue(entry));
-      return entries;
-    }
-  }
-  return Value();
-}
 
 // Runs a facade call on the shared agent: refused while the user has opted out, and nothing
 // thrown inside gets out.
@@ -80,6 +38,33 @@ void call(const char* method, Work&& work) {
     return 0;
   });
 }
+
+// The application's own logging calls: an extension logs through TallixWatch, into sessions of
+// its own, and is refused these.
+template <typename Result, typename Work>
+Result callOutsideExtension(const char* method, const char* refusal, Result refused, Work&& work) {
+  return call(method, refused, [&](TallixAgent& agent) {
+    if (!agent.isWatchExtension())
+      return work(agent);
+    TallixLog::refusal("%s", refusal);
+    return refused;
+  });
+}
+
+template <typename Work>
+void callOutsideExtension(const char* method, const char* refusal, Work&& work) {
+  callOutsideExtension(method, refusal, 0, [&](TallixAgent& agent) {
+    work(agent);
+    return 0;
+  });
+}
+
+constexpr const char* kEventRefusedInExtension =
+    "Tallix: Event not logged -- this method cannot be used in watch extension.";
+constexpr const char* kErrorRefusedInExtension =
+    "Tallix: Error not logged -- this method cannot be used in watch extension.";
+constexpr const char* kAllPageViewsRefusedInExtension =
+    "Tallix: logAllPageViews disabled -- this method cannot be used in watch extension.";
 
 // For the calls that must work whatever the user chose: the choice itself, and the start,
 // which checks it once the user's earlier choice is read from disk.
@@ -138,16 +123,17 @@ void Tallix::setShowErrorInLogEnabled(bool enabled) {
 
 EventRecordResult Tallix::logEvent(const TallixValue& eventName, const TallixValue& parameters,
                                    bool timed) {
-  return call("+[Tallix logEvent:withParameters:timed:]", EventRecordResult::Invalid,
-              [&](TallixAgent& agent) {
-                return agent.logEvent(toValue(eventName), toValue(parameters), timed);
-              });
+  return callOutsideExtension("+[Tallix logEvent:withParameters:timed:]", kEventRefusedInExtension,
+                              EventRecordResult::Invalid, [&](TallixAgent& agent) {
+                                return agent.logEvent(toValue(eventName), toValue(parameters),
+                                                      timed);
+                              });
 }
 
 EventRecordResult Tallix::logEvent(const TallixValue& eventName, bool timed) {
-  return call("+[Tallix logEvent:timed:]", EventRecordResult::Invalid, [&](TallixAgent& agent) {
-    return agent.logEvent(toValue(eventName), Value(), timed);
-  });
+  return callOutsideExtension(
+      "+[Tallix logEvent:timed:]", kEventRefusedInExtension, EventRecordResult::Invalid,
+      [&](TallixAgent& agent) { return agent.logEvent(toValue(eventName), Value(), timed); });
 }
 
 void Tallix::endTimedEvent(const TallixValue& eventName, const TallixValue& parameters) {
@@ -157,14 +143,16 @@ void Tallix::endTimedEvent(const TallixValue& eventName, const TallixValue& para
 
 void Tallix::logError(const TallixValue& errorId, const TallixValue& message,
                       std::exception_ptr exception) {
-  call("+[Tallix logError:message:exception:]",
-       [&](TallixAgent& agent) { agent.logError(toValue(errorId), toValue(message), exception); });
+  callOutsideExtension(
+      "+[Tallix logError:message:exception:]", kErrorRefusedInExtension,
+      [&](TallixAgent& agent) { agent.logError(toValue(errorId), toValue(message), exception); });
 }
 
 void Tallix::logError(const TallixValue& errorId, const TallixValue& message,
                       const std::error_code& error) {
-  call("+[Tallix logError:message:error:]",
-       [&](TallixAgent& agent) { agent.logError(toValue(errorId), toValue(message), error); });
+  callOutsideExtension(
+      "+[Tallix logError:message:error:]", kErrorRefusedInExtension,
+      [&](TallixAgent& agent) { agent.logError(toValue(errorId), toValue(message), error); });
 }
 
 void Tallix::setUserID(const std::string& userID) {
@@ -231,15 +219,16 @@ void Tallix::sessionProperties(const TallixValue& properties) {
 
 void Tallix::logAllPageViewsForTarget(const std::shared_ptr<TallixPageViewTarget>& target) {
   // Its refusal names the method by its short name alone.
-  call("logAllPageViews", [&](TallixAgent& agent) {
+  callOutsideExtension("logAllPageViews", kAllPageViewsRefusedInExtension, [&](TallixAgent& agent) {
     TallixPageViewDelegate::createDelegateOnTarget(target, agent.pageViewCounter());
   });
 }
 
 void Tallix::logAllPageViews(const std::shared_ptr<TallixPageViewTarget>& target) {
-  call("+[Tallix logAllPageViews:]", [&](TallixAgent& agent) {
-    TallixPageViewDelegateOld::createDelegateOnTarget(target, agent.pageViewCounter());
-  });
+  callOutsideExtension(
+      "+[Tallix logAllPageViews:]", kAllPageViewsRefusedInExtension, [&](TallixAgent& agent) {
+        TallixPageViewDelegateOld::createDelegateOnTarget(target, agent.pageViewCounter());
+      });
 }
 
 void Tallix::stopLogPageViewsForTarget(const std::shared_ptr<TallixPageViewTarget>& target) {
@@ -247,7 +236,10 @@ void Tallix::stopLogPageViewsForTarget(const std::shared_ptr<TallixPageViewTarge
 }
 
 void Tallix::logPageView() {
-  call("+[Tallix logPageView]", [](TallixAgent& agent) { agent.logPageView(); });
+  callOutsideExtension("+[Tallix logPageView]",
+                       "Tallix: logPageView disabled -- this method cannot be used in watch "
+                       "extension.",
+                       [](TallixAgent& agent) { agent.logPageView(); });
 }
 
 bool Tallix::activeSessionExists() {

@@ -314,7 +314,7 @@ TEST_F(ReportReaderTest, BytesNoWriterProducesAreRejected) {
 
 TEST(TallixJsonValuesTest, ValuesJsonCannotHoldStillComeOutReadable) {
   const TallixJson damaged(TallixJsonValues::text("ok\xFF\xC3\xA9\xE2\x82"));
-  EXPECT_STREQ(json_string_value(damaged.get()), "ok\uFFFD\u00E9\uFFFD\uFFFD");
+  EXPECT_STREQ(json_string_value(damaged.get()), "ok\uFFFD\u00E9\uFFFD");
   const TallixJson nan(TallixJsonValues::real(std::numeric_limits<double>::quiet_NaN()));
   EXPECT_STREQ(json_string_value(nan.get()), "nan");
   const TallixJson beforeEpoch(TallixJsonValues::timestamp(-1));

@@ -5,7 +5,7 @@
 #include <ctime>
 
 #include "foundation/Base64.h"
-#include "tools/tallix-collector/TallixUtf8Text.h"
+#include "foundation/Utf8Text.h"
 
 namespace tallix {
 
@@ -17,7 +17,7 @@ json_t* TallixJsonValues::timestamp(std::int64_t milliseconds) {
 }
 
 json_t* TallixJsonValues::text(std::string_view bytes) {
-  const std::string valid = TallixUtf8Text::sanitized(bytes);
+  const std::string valid = foundation::Utf8Text::wellFormed(bytes);
   return json_stringn(valid.data(), valid.size());
 }
 

@@ -38,18 +38,6 @@ const std::string* requireString(const Value& argument, const char* refusal) {
   return nullptr;
 }
 
-std::optional<std::string> describe(std::exception_ptr exception) {
-  if (!exception)
-    return std::nullopt;
-  try {
-    std::rethrow_exception(exception);
-  } catch (const std::exception& caught) {
-    return TallixExceptionHandler::typeName(caught) + ": " + caught.what();
-  } catch (...) {
-    return std::string("unknown: ");
-  }
-}
-
 }  // namespace
 
 TallixAgent::TallixAgent(TallixEnvironment environment)
@@ -97,11 +85,7 @@ void TallixAgent::startSession(const std::string& apiKey) {
   }
   TallixLog::debug("Tallix: startSession called for the first time");
   // The key's maps come first: they hold an opt-out the user made in an earlier run.
-  const auto directory = fileDirectory();
-  storage_.setApiKey(apiKey, directory);
-  storage_.loadInitialTimestamp(
-      TallixFilePaths(directory, storage_.settings().apiKey).initialTimestamp(),
-      environment_.clock->now());
+  adoptApiKey(apiKey, fileDirectory());
   if (hasUserOptedOut()) {
     TallixLog::refusal("Tallix: %s disabled.", "+[Tallix startSession:]");
     return;
@@ -120,10 +104,6 @@ void TallixAgent::startSession(const std::string& apiKey) {
     std::lock_guard lock(mutex_);
     crashCapture_ = environment_.crashCapture;
   }
-  storage_.update([&](TallixSettings& s) {
-    if (s.appVersion.empty())
-      s.appVersion = app->bundleVersion();
-  });
   stateObserver_->observeStateChanges();
   const ApplicationState state = app->applicationState();
   setApplicationState(state);
@@ -131,6 +111,25 @@ void TallixAgent::startSession(const std::string& apiKey) {
     startupNetworkAndSendSession();
   else
     stateObserver_->observeDidFinishLaunching();
+}
+
+void TallixAgent::adoptApiKey(const std::string& apiKey, const std::filesystem::path& directory) {
+  storage_.setApiKey(apiKey, directory);
+  storage_.loadInitialTimestamp(
+      TallixFilePaths(directory, storage_.settings().apiKey).initialTimestamp(),
+      environment_.clock->now());
+  const std::string version = application()->bundleVersion();
+  storage_.update([&](TallixSettings& settings) {
+    if (settings.appVersion.empty())
+      settings.appVersion = version;
+  });
+}
+
+TallixAgentStart TallixAgent::startExtension(const std::string& apiKey) {
+  const auto directory = fileDirectory();
+  adoptApiKey(apiKey, directory);
+  return {storage_.settings().apiKey, directory, storage_,         uploads_->network(),
+          *environment_.clock,        center_,   device(directory)};
 }
 
 void TallixAgent::didFinishLaunchingWithOptionsInBackground(const Value& launchOptions) {
@@ -181,20 +180,29 @@ const TallixDeviceDescription& TallixAgent::device(const std::filesystem::path& 
 
 std::shared_ptr<TallixSessionReporter> TallixAgent::reporter(
     const std::filesystem::path& directory) {
-  const auto app = application();
-  const TallixDeviceDescription& description = device(directory);
-  std::lock_guard lock(mutex_);
-  if (!reporter_) {
-    reporter_ = std::make_shared<TallixSessionReporter>(
-        storage_, *environment_.clock, description,
-        [network = uploads_->network()] { return network->networkStatus(); },
-        [app] {
-          const ScreenSize screen = app->screenSize();
-          return screen.width > screen.height;
-        },
-        uploads_->dataSender());
+  {
+    std::lock_guard lock(mutex_);
+    if (reporter_)
+      return reporter_;
   }
+  // Made outside the lock, which the application's accessor takes.
+  auto made = makeReporter(device(directory), uploads_->dataSender());
+  std::lock_guard lock(mutex_);
+  if (!reporter_)
+    reporter_ = std::move(made);
   return reporter_;
+}
+
+std::shared_ptr<TallixSessionReporter> TallixAgent::makeReporter(
+    const TallixDeviceDescription& description, std::shared_ptr<TallixDataSending> sender) {
+  return std::make_shared<TallixSessionReporter>(
+      storage_, *environment_.clock, description,
+      [network = uploads_->network()] { return network->networkStatus(); },
+      [app = application()] {
+        const ScreenSize screen = app->screenSize();
+        return screen.width > screen.height;
+      },
+      std::move(sender));
 }
 
 void TallixAgent::copySettingsIntoSession() {
@@ -452,11 +460,12 @@ void TallixAgent::recordError(const Value& errorId, const Value& message,
 
 void TallixAgent::logError(const Value& errorId, const Value& message,
                            std::exception_ptr exception) {
-  recordError(errorId, message,
-              [exception = describe(exception)](TallixSession& session, const std::string& id,
-                                                const std::string& text, auto report) {
-                session.recordErrorWithException(id, text, exception, std::move(report));
-              });
+  recordError(
+      errorId, message,
+      [exception = TallixExceptionHandler::describe(exception)](
+          TallixSession& session, const std::string& id, const std::string& text, auto report) {
+        session.recordErrorWithException(id, text, exception, std::move(report));
+      });
 }
 
 void TallixAgent::logError(const Value& errorId, const Value& message,

@@ -12,6 +12,7 @@
 #include "analytics/core/agent/TallixHeartBeater.h"
 #include "analytics/core/agent/TallixImpl.h"
 #include "analytics/core/agent/TallixUploadService.h"
+#include "analytics/core/ports/TallixAgentService.h"
 #include "analytics/core/report/TallixDeviceDescription.h"
 #include "analytics/core/settings/TallixGlobalVariableStorage.h"
 #include "foundation/Value.h"
@@ -21,6 +22,7 @@
 namespace tallix {
 
 class TallixApplicationStateObserver;
+class TallixDataSending;
 class TallixDelegate;
 class TallixSessionReporter;
 
@@ -99,9 +101,25 @@ class TallixAgent {
   // Waits, at most the limit, until queued session work has run and is on disk.
   bool waitUntilIdle(std::chrono::milliseconds limit) { return impl_.waitUntilIdle(limit); }
 
- private:
+  // The application set, or the command-line program this process is.
   std::shared_ptr<TallixApplication> application() const;
+  bool isWatchExtension() const { return application()->isWatchExtension(); }
+  // For an extension's own sessions, which never start this agent's: takes the key the
+  // extension ships with as the agent's, and returns what its facade builds on.
+  TallixAgentStart startExtension(const std::string& apiKey);
+  // A crash report of this moment for a logged error, when crash reporting runs; nothing
+  // otherwise, or when it could not be made.
+  std::optional<foundation::Value::Bytes> liveCrashReport() const;
+  // A reporter like this agent's own, handing its bodies to another sender, such as the one
+  // of an extension's queue.
+  std::shared_ptr<TallixSessionReporter> makeReporter(const TallixDeviceDescription& device,
+                                                      std::shared_ptr<TallixDataSending> sender);
+
+ private:
   std::filesystem::path fileDirectory() const;
+  // The key, its persistent maps and its first run; the application's version unless one
+  // was set.
+  void adoptApiKey(const std::string& apiKey, const std::filesystem::path& directory);
   void startupNetworkAndSendSession();
   void createAndSendSession();
   // Read once, when the agent starts.
@@ -111,7 +129,6 @@ class TallixAgent {
   void copySettingsIntoSession();
   void tellDelegate(const std::string& apiKey, const std::string& sessionId);
   std::shared_ptr<TallixCrashCapture> runCrashCapture() const;
-  std::optional<foundation::Value::Bytes> liveCrashReport() const;
   void recordError(const foundation::Value& errorId, const foundation::Value& message,
                    std::function<void(TallixSession&, const std::string&, const std::string&,
                                       std::optional<foundation::Value::Bytes>)>

@@ -18,7 +18,8 @@ TallixDeviceDescription TallixDeviceDescriber::describe(
           .screenHeight = screen.height,
           .bundleIdentifier = application.bundleIdentifier(),
           .tallixId = identifiers.tallixId(),
-          .identifierForVendor = identifiers.identifierForVendor()};
+          .identifierForVendor = identifiers.identifierForVendor(),
+          .watchExtension = application.isWatchExtension()};
 }
 
 }  // namespace tallix

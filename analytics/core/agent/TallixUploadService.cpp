@@ -12,8 +12,16 @@ TallixUploadService::TallixUploadService(TallixDataSender::Executor onQueue,
                                          TallixGlobalVariableStorage& settings,
                                          const TallixClock& clock,
                                          foundation::NotificationCenter& center)
+    : TallixUploadService(std::move(onQueue), settings, clock, center,
+                          std::make_shared<TallixNetworkUtil>(center, "")) {}
+
+TallixUploadService::TallixUploadService(TallixDataSender::Executor onQueue,
+                                         TallixGlobalVariableStorage& settings,
+                                         const TallixClock& clock,
+                                         foundation::NotificationCenter& center,
+                                         std::shared_ptr<TallixNetworkUtil> network)
     : onQueue_(onQueue),
-      network_(std::make_shared<TallixNetworkUtil>(center, "")),
+      network_(std::move(network)),
       dataSender_(std::make_shared<TallixDataSender>(
           onQueue, [network = network_] { return network->serverURL(); },
           std::make_unique<TallixHttpClient>(onQueue), settings, clock)) {
@@ -23,6 +31,7 @@ TallixUploadService::TallixUploadService(TallixDataSender::Executor onQueue,
 void TallixUploadService::agentDidStart(const TallixAgentStart& start) {
   const std::string& apiKey = start.apiKey;
   const std::filesystem::path& agentDirectory = start.agentDirectory;
+  dataSender_->setInExtension(start.device.watchExtension);
   // Queued ahead of the first reachability news, which retransmits what earlier runs left.
   onQueue_([sender = dataSender_, apiKey, agentDirectory] {
     sender->setupForApiKey(agentDirectory, apiKey);

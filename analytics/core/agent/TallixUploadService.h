@@ -18,6 +18,11 @@ class TallixUploadService : public TallixAgentService {
  public:
   TallixUploadService(TallixDataSender::Executor onQueue, TallixGlobalVariableStorage& settings,
                       const TallixClock& clock, foundation::NotificationCenter& center);
+  // An uploader of its own for another queue of the same agent, such as an extension's,
+  // sending to the agent's server.
+  TallixUploadService(TallixDataSender::Executor onQueue, TallixGlobalVariableStorage& settings,
+                      const TallixClock& clock, foundation::NotificationCenter& center,
+                      std::shared_ptr<TallixNetworkUtil> network);
 
   std::shared_ptr<TallixDataSender> dataSender() const { return dataSender_; }
   // Shared: queued uploads and report writers may ask for it after this service is gone.

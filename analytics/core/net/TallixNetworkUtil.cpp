@@ -15,6 +15,7 @@ TallixNetworkUtil::~TallixNetworkUtil() {
 }
 
 void TallixNetworkUtil::initNetworkReachability() {
+  std::lock_guard lock(reachabilityMutex_);
   if (reachability_)
     return;
   reachability_ = std::make_unique<TallixReachability>(

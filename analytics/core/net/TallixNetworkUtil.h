@@ -57,6 +57,8 @@ class TallixNetworkUtil {
   int serverPort_ = 0;
   bool secureTransport_ = true;
   std::string configServerUrl_;
+  // The agent's start and an extension's may both start following the network.
+  std::mutex reachabilityMutex_;
   std::unique_ptr<TallixReachability> reachability_;
 };
 

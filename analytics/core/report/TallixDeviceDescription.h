@@ -18,6 +18,8 @@ struct TallixDeviceDescription {
   std::optional<std::string> identifierForVendor;
   // A desktop has no advertising identifier whose tracking the user could allow.
   bool adTrackingEnabled = false;
+  // The agent runs in an extension's process rather than the application's.
+  bool watchExtension = false;
 };
 
 }  // namespace tallix

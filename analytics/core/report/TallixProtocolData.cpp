@@ -4,7 +4,7 @@
 #include <limits>
 
 #include "analytics/core/report/TallixMalformedData.h"
-#include "analytics/core/report/TallixWireText.h"
+#include "foundation/Utf8Text.h"
 #include "foundation/StringFormat.h"
 
 namespace tallix {
@@ -68,7 +68,7 @@ void TallixProtocolData::appendLargeData(ByteSpan value, Bytes& data) {
 }
 
 std::string TallixProtocolData::limitStringLength(std::string_view value) {
-  return TallixWireText::limited(value, kMaxStringCharacters);
+  return foundation::Utf8Text::wellFormed(value, kMaxStringCharacters);
 }
 
 std::int16_t TallixProtocolData::getInt16FromData(const Bytes& data, std::size_t index) {

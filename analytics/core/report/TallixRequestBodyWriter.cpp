@@ -26,6 +26,7 @@ constexpr int kHeaderRevision = 1;
 // A desktop is reported as the phone kind, not as the tablet kind (8).
 constexpr int kDeviceKindPhone = 2;
 constexpr int kApplicationKind = 1;
+constexpr int kExtensionKind = 2;
 constexpr int kTallixIdTag = 7;
 constexpr int kVendorIdTag = 6;
 
@@ -67,7 +68,7 @@ std::optional<Value::Bytes> TallixRequestBodyWriter::dataForSessions(
   Data::appendTimestamp(clock_.now(), data);
   Data::appendString(settings.apiKey, data);
   Data::appendString(settings.appVersion, data);
-  Data::appendByte(kApplicationKind, data);
+  Data::appendByte(device_.watchExtension ? kExtensionKind : kApplicationKind, data);
   appendIdentifiers(data);
   Data::appendByte(0, data);
   Data::appendBoolean(sentReportSuccessfully, data);

@@ -287,7 +287,7 @@ void TallixSession::pauseSession() {
   // Without an uploader the paused session stays on disk, to be reported when it ends.
   if (reportsNow(reportsOnPause_)) {
     context().reporter.sendSessionsToServerIncludingCurrentSession(*this, context().savedSessions);
-    context().saver.removeFile(context().paths.currentSession());
+    context().saver.removeFile(context().sessionFile);
   } else {
     saveToDisk();
   }
@@ -325,7 +325,7 @@ void TallixSession::archiveSession() {
       saved.setSavedSessions({});  // an empty session reported on pause clears what is stored
   }
   fields_.resumeTime.reset();
-  context().saver.removeFile(context().paths.currentSession());
+  context().saver.removeFile(context().sessionFile);
 }
 
 void TallixSession::endSession() {
@@ -337,7 +337,7 @@ void TallixSession::endSession() {
     context().reporter.sendSessionsToServerIncludingCurrentSession(*this, context().savedSessions);
   else
     context().savedSessions.addToSavedSessions(*this);
-  context().saver.removeFile(context().paths.currentSession());
+  context().saver.removeFile(context().sessionFile);
   context().settings.savePersistentGlobalsToDisk();
   reportedAtEnd_ = true;
 }
@@ -370,7 +370,7 @@ void TallixSession::adoptEvent(std::shared_ptr<TallixEvent> event) {
 
 void TallixSession::saveToDisk() {
   reportedAtEnd_ = false;
-  context().saver.scheduleSave(shared_from_this(), context().paths.currentSession());
+  context().saver.scheduleSave(shared_from_this(), context().sessionFile);
 }
 
 void TallixSession::takeMeasurements(int phase) {

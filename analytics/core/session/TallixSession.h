@@ -30,8 +30,13 @@ class TallixSession : public foundation::Archivable,
   static std::shared_ptr<TallixSession> initWithAPIKey(
       std::shared_ptr<const TallixSessionContext> context, std::string apiKey,
       std::string appVersion, foundation::Date startDate);
-  // A session read back from its archive. It has no context: it can be reported, not run.
+  // A session read back from its archive. It has no context: it can be reported, not run,
+  // until it is given one.
   static std::shared_ptr<TallixSession> initWithCoder(foundation::KeyedUnarchiver& coder);
+  // An extension's session outlives its process: the next one reads it back and runs it on.
+  void setContext(std::shared_ptr<const TallixSessionContext> context) {
+    context_ = std::move(context);
+  }
   std::string_view archiveClassName() const override { return kArchiveClassName; }
   void encodeWithCoder(foundation::KeyedArchiver& coder) const override;
 
@@ -39,7 +44,8 @@ class TallixSession : public foundation::Archivable,
   static std::string sessionIdFor(foundation::Date startTime);
 
   const TallixSessionFields& fields() const { return fields_; }
-  // For the report, which refreshes a few fields from the settings as it writes them.
+  // For the report, which refreshes a few fields from the settings as it writes them, and for
+  // an extension's session, which sets its thresholds once made.
   TallixSessionFields& mutableFields() { return fields_; }
   const TallixEventLog& eventLog() const { return eventLog_; }
   void publishEventLogTo(TallixEventLogGauge* gauge, std::uint64_t ticket) {

@@ -80,6 +80,9 @@ void TallixSessionArchive::encode(const TallixSessionFields& fields, const Talli
   if (fields.age)
     coder.encodeDate("age", *fields.age);
   coder.encodeInt32("gender", fields.gender);
+  coder.encodeString("watchAppVersion", fields.watchAppVersion);
+  coder.encodeInt32("watchEventThreshold", fields.watchEventThreshold);
+  coder.encodeInt32("watchDurationThreshold", fields.watchDurationThreshold);
 }
 
 bool TallixSessionArchive::decode(foundation::KeyedUnarchiver& coder, TallixSessionFields& fields,
@@ -119,6 +122,9 @@ bool TallixSessionArchive::decode(foundation::KeyedUnarchiver& coder, TallixSess
   fields.timeZone = coder.decodeString("timeZone").value_or("");
   fields.age = coder.decodeDate("age");
   fields.gender = coder.decodeInt32("gender").value_or(-1);
+  fields.watchAppVersion = coder.decodeString("watchAppVersion").value_or("");
+  fields.watchEventThreshold = coder.decodeInt32("watchEventThreshold").value_or(0);
+  fields.watchDurationThreshold = coder.decodeInt32("watchDurationThreshold").value_or(0);
   return paramsRead && !coder.failed();
 }
 

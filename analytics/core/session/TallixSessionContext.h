@@ -36,6 +36,8 @@ struct TallixSessionContext {
   std::shared_ptr<TallixCrashCapture> crashCapture;
   // Told of pauses and of a former session that never ended.
   const std::vector<std::shared_ptr<TallixAgentService>>& services;
+  // Where the session keeps itself: the current-session file, or an extension's own.
+  std::filesystem::path sessionFile = paths.currentSession();
 };
 
 }  // namespace tallix

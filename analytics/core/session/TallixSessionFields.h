@@ -51,6 +51,11 @@ struct TallixSessionFields {
   std::optional<foundation::Date> age;
   // 1 male, 0 female, -1 unknown.
   int gender = -1;
+  // An extension's session only: the version it ran as, and the events and minutes after which
+  // it is sent. Kept with the session, so one made by an earlier process ends by its own rules.
+  std::string watchAppVersion;
+  int watchEventThreshold = 0;
+  int watchDurationThreshold = 0;
 };
 
 }  // namespace tallix

@@ -47,6 +47,18 @@ std::string TallixExceptionHandler::typeName(const std::exception& exception) {
   return readableName(typeid(exception));
 }
 
+std::optional<std::string> TallixExceptionHandler::describe(std::exception_ptr exception) {
+  if (!exception)
+    return std::nullopt;
+  try {
+    std::rethrow_exception(exception);
+  } catch (const std::exception& caught) {
+    return typeName(caught) + ": " + caught.what();
+  } catch (...) {
+    return std::string("unknown: ");
+  }
+}
+
 void TallixExceptionHandler::handleException(std::exception_ptr caught) noexcept {
   if (!caught)
     return;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <optional>
 #include <string>
 
 namespace tallix {
@@ -12,6 +13,8 @@ class TallixExceptionHandler {
   static void handleException(std::exception_ptr caught) noexcept;
   // The exception's class, as a person reads it.
   static std::string typeName(const std::exception& exception);
+  // The exception as "name: reason", as errors record it; nothing for no exception.
+  static std::optional<std::string> describe(std::exception_ptr exception);
 
   // Runs the work, handing anything it throws to handleException.
   template <typename Work>

@@ -31,6 +31,14 @@ std::filesystem::path TallixFilePaths::currentSession() const {
   return versioned("tallixCurrent");
 }
 
+std::filesystem::path TallixFilePaths::watchSession() const {
+  return versioned("tallixCurrentWatch");
+}
+
+std::filesystem::path TallixFilePaths::watchCounters() const {
+  return versioned("tallixCurrentWatchAutoIncrement");
+}
+
 std::filesystem::path TallixFilePaths::initialTimestamp() const {
   return stringWithFormat("%s/.initialTimestamp%d.archive", directory_.c_str(), keyHash_);
 }

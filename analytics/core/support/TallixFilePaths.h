@@ -19,6 +19,9 @@ class TallixFilePaths {
   const std::filesystem::path& directory() const { return directory_; }
   std::filesystem::path savedSessions() const;
   std::filesystem::path currentSession() const;
+  // An extension's session and the counters that number its logs.
+  std::filesystem::path watchSession() const;
+  std::filesystem::path watchCounters() const;
   std::filesystem::path initialTimestamp() const;
   std::filesystem::path persistentMap(std::string_view mapName) const;
 

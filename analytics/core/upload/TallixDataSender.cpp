@@ -23,7 +23,8 @@ void TallixDataSender::setupForApiKey(const std::filesystem::path& directory,
 
 bool TallixDataSender::sendSessionsData(const Bytes& body) {
   if (!dataIndex_) {
-    TallixLog::debug("%s: Unable to send session data", "-[TallixDataSender sendSessionsData:]");
+    if (!inExtension())
+      TallixLog::debug("%s: Unable to send session data", "-[TallixDataSender sendSessionsData:]");
     return false;
   }
   const auto identifier = storeData(body);

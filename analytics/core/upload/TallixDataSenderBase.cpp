@@ -73,7 +73,7 @@ bool TallixDataSenderBase::sendData(const Bytes& body, const std::string& identi
                                               {{"content-type", "application/octet-stream"}},
                                               weak_from_this(), false);
   task->setTag(identifier);
-  if (runningTasks_.empty())
+  if (runningTasks_.empty() && !inExtension())
     TallixLog::debug("Tallix: start background task");
   runningTasks_.push_back(task);
   task->start();
@@ -86,7 +86,8 @@ void TallixDataSenderBase::unregisterTask(const Task& task, bool successful) {
     retransmitNotSentBlocks();
   if (!runningTasks_.empty())
     return;
-  TallixLog::debug("Tallix: stop background task");
+  if (!inExtension())
+    TallixLog::debug("Tallix: stop background task");
   didCompleteAllTasks();
   for (const auto& callback : std::exchange(idleCallbacks_, {}))
     callback();

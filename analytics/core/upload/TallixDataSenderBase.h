@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -44,6 +45,9 @@ class TallixDataSenderBase : public TallixHttpTaskDelegate,
   void requestDidCancel(const Task& task, const TallixHTTPResponse& response) override;
 
   std::size_t runningTaskCount() const { return runningTasks_.size(); }
+  // An extension's process has no background time to hold while requests run.
+  void setInExtension(bool inExtension) { inExtension_ = inExtension; }
+  bool inExtension() const { return inExtension_; }
   // Calls back, on the queue, once no request is running: the hold a terminating application
   // keeps so that what it just sent gets through.
   void notifyWhenIdle(std::function<void()> callback);
@@ -70,6 +74,8 @@ class TallixDataSenderBase : public TallixHttpTaskDelegate,
   foundation::NotificationCenter* center_ = nullptr;
   std::vector<Task> runningTasks_;
   std::vector<std::function<void()>> idleCallbacks_;
+  // Set when the agent starts, read on the queue.
+  std::atomic<bool> inExtension_{false};
   // Last: destroyed first, cancelling what still runs while the rest stands.
   const std::unique_ptr<TallixHttpTransport> transport_;
 };

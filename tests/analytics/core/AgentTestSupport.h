@@ -148,9 +148,16 @@ class TestApplication : public TallixApplication {
   std::string bundleVersion() const override { return "2.5"; }
   std::filesystem::path dataDirectory() const override { return dataDirectory_; }
   ScreenSize screenSize() const override { return screen; }
+  std::optional<std::string> infoDictionaryValue(const std::string& key) const override {
+    return key == "Tallix Watch API Key" ? watchApiKey : std::nullopt;
+  }
+  bool isWatchExtension() const override { return watchExtension; }
 
   std::atomic<ApplicationState> state{ApplicationState::Active};
   std::atomic<ScreenSize> screen{ScreenSize{1080, 1920}};
+  // Set before the agent first reads it.
+  std::optional<std::string> watchApiKey;
+  std::atomic<bool> watchExtension{false};
 
  private:
   std::filesystem::path dataDirectory_;

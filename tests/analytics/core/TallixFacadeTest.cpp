@@ -6,6 +6,8 @@
 #include "analytics/core/support/TallixExceptionHandler.h"
 #include "analytics/core/support/TallixLog.h"
 #include "tallix/Tallix.h"
+#include "tallix/TallixWatch.h"
+#include "tests/analytics/core/AgentTestSupport.h"
 
 namespace tallix {
 namespace {
@@ -40,6 +42,41 @@ TEST(TallixFacadeTest, AnOptedOutUserIsRefusedEverythingButTheWayBack) {
   Tallix::setTallixOptOut(false);
   EXPECT_FALSE(Tallix::hasUserOptedOut());
   EXPECT_EQ(Tallix::getTallixAgentVersion(), "155");
+}
+
+// An extension logs through TallixWatch: the application's own logging calls are refused there,
+// after the user's choice.
+TEST(TallixFacadeTest, InAnExtensionTheApplicationsLoggingCallsAreRefused) {
+  auto extension = std::make_shared<TestApplication>("");
+  extension->watchExtension = true;
+  Tallix::setApplication(extension);
+  std::vector<EventRecordResult> results;
+  const std::string output = printed([&] {
+    results.push_back(Tallix::logEvent("talk"));
+    results.push_back(Tallix::logEvent("talk", true));
+    Tallix::logError("E1", "broken", std::exception_ptr());
+    Tallix::logError("E1", "broken", std::error_code());
+    Tallix::logAllPageViewsForTarget(nullptr);
+    Tallix::logAllPageViews(nullptr);
+    Tallix::logPageView();
+    Tallix::setTallixOptOut(true);
+    Tallix::logPageView();
+    Tallix::setTallixOptOut(false);
+  });
+  // Without the shipped key the extension's own facade refuses too (the key is looked for once
+  // per process, so its line is not among those above).
+  results.push_back(TallixWatch::logWatchEvent("talk"));
+  Tallix::setApplication(nullptr);
+  EXPECT_EQ(results, std::vector<EventRecordResult>(3, EventRecordResult::Invalid));
+  EXPECT_EQ(output,
+            "Tallix: Event not logged -- this method cannot be used in watch extension.\n"
+            "Tallix: Event not logged -- this method cannot be used in watch extension.\n"
+            "Tallix: Error not logged -- this method cannot be used in watch extension.\n"
+            "Tallix: Error not logged -- this method cannot be used in watch extension.\n"
+            "Tallix: logAllPageViews disabled -- this method cannot be used in watch extension.\n"
+            "Tallix: logAllPageViews disabled -- this method cannot be used in watch extension.\n"
+            "Tallix: logPageView disabled -- this method cannot be used in watch extension.\n"
+            "Tallix: +[Tallix logPageView] disabled.\n");
 }
 
 // Refusals print at any level above 0, everything else, caught exceptions included, at debug.

@@ -1,14 +1,13 @@
-#include "analytics/core/report/TallixWireText.h"
+#include "foundation/Utf8Text.h"
 
 #include <algorithm>
 #include <cstdint>
 
-namespace tallix {
+namespace foundation {
 
 namespace {
 
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
-constexpr std::size_t kMaxSequenceLength = 4;
 
 struct SequenceRule {
   std::uint8_t firstLead, lastLead;
@@ -42,9 +41,9 @@ bool continues(const SequenceRule& rule, std::size_t index, char byte) {
 
 }  // namespace
 
-std::string TallixWireText::limited(std::string_view bytes, std::size_t maxCharacters) {
+std::string Utf8Text::wellFormed(std::string_view bytes, std::size_t maxCharacters) {
   std::string text;
-  text.reserve(std::min(bytes.size(), maxCharacters * kMaxSequenceLength));
+  text.reserve(bytes.size());
   std::size_t at = 0;
   for (std::size_t characters = 0; at < bytes.size() && characters < maxCharacters; ++characters) {
     const Sequence sequence = sequenceAt(bytes, at);
@@ -54,7 +53,7 @@ std::string TallixWireText::limited(std::string_view bytes, std::size_t maxChara
   return text;
 }
 
-TallixWireText::Sequence TallixWireText::sequenceAt(std::string_view bytes, std::size_t at) {
+Utf8Text::Sequence Utf8Text::sequenceAt(std::string_view bytes, std::size_t at) {
   const SequenceRule* rule = ruleForLead(bytes[at]);
   if (!rule)
     return {1, false};
@@ -65,4 +64,4 @@ TallixWireText::Sequence TallixWireText::sequenceAt(std::string_view bytes, std:
   return {length, length == rule->length};
 }
 
-}  // namespace tallix
+}  // namespace foundation
