@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "companion/CommandLine.h"
+#include "companion/CompanionAnalytics.h"
 #include "companion/ControlClient.h"
 #include "control/InstanceSocket.h"
 
@@ -53,6 +54,11 @@ int main(int argc, char** argv) {
     return kMisuse;
   }
   const auto& send = std::get<CommandLine::Send>(action);
+  companion::CompanionAnalytics analytics;
   const ControlClient client(control::InstanceSocket::defaultPath(), kAnswerLimit);
-  return report(client.send(send.line));
+  const auto result = client.send(send.line);
+  analytics.recordOutcome(send.command, result);
+  const int status = report(result);
+  analytics.finish();
+  return status;
 }
