@@ -60,9 +60,10 @@ void styleNavigationBar(QToolBar& bar) {
 
 }  // namespace
 
-AppDelegate::AppDelegate(OrvaneServices services) : window_(std::make_unique<QMainWindow>()) {
+AppDelegate::AppDelegate(OrvaneServices services)
+    : window_(std::make_unique<QMainWindow>()), mainScreen_(new OrvaneVC(std::move(services))) {
   window_->setWindowTitle(QStringLiteral("Orvane"));
-  window_->setCentralWidget(new OrvaneVC(std::move(services)));
+  window_->setCentralWidget(mainScreen_);
   window_->resize(420, 760);
 }
 

@@ -19,6 +19,8 @@ class TallixPageViewTarget;
 
 namespace app {
 
+class OrvaneVC;
+
 // Starts Orvane and answers its URL scheme. A caller may open
 //   orvane://?returnURL=<its own address>&backButtonTitle=<title>
 // and Orvane then shows a bar with a button of that title which opens the address again.
@@ -31,6 +33,8 @@ class AppDelegate : public QObject {
   ~AppDelegate() override;
 
   QMainWindow* window() const { return window_.get(); }
+  // The main screen, inside the window or inside a caller's bar, for the window's lifetime.
+  OrvaneVC& mainScreen() const { return *mainScreen_; }
   const std::optional<QUrl>& returnURL() const { return returnURL_; }
 
   // Gives the application its dark look, with light text over the dark screen, and starts the
@@ -49,6 +53,7 @@ class AppDelegate : public QObject {
 
  private:
   std::unique_ptr<QMainWindow> window_;
+  OrvaneVC* mainScreen_;
   std::optional<QUrl> returnURL_;
   // The navigation bar's pages, counted while the bar is up.
   std::shared_ptr<tallix::TallixPageViewTarget> navigationPageViews_;

@@ -421,22 +421,36 @@ void OrvaneVC::displayAudioRoute() {
 }
 
 void OrvaneVC::voiceEffectPressed() {
-  audio::OrvaneEngine& orvane = engine();
-  switch (orvane.effect()) {
+  switch (engine().effect()) {
     case PlaybackEffects::NormalVoice:
-      orvane.setEffect(PlaybackEffects::MonsterVoice);
-      ui_->effectImage->setPixmap(imageNamed("MonsterVoice"));
+      setVoiceEffect(PlaybackEffects::MonsterVoice);
       break;
     case PlaybackEffects::MonsterVoice:
-      orvane.setEffect(PlaybackEffects::ChipmunkVoice);
-      ui_->effectImage->setPixmap(imageNamed("ChipmunkVoice"));
+      setVoiceEffect(PlaybackEffects::ChipmunkVoice);
       break;
     case PlaybackEffects::ChipmunkVoice:
-      orvane.setEffect(PlaybackEffects::NormalVoice);
-      ui_->effectImage->setPixmap(imageNamed("NormalVoice"));
+      setVoiceEffect(PlaybackEffects::NormalVoice);
       break;
   }
-  describeEffect(orvane.effect());
+}
+
+bool OrvaneVC::setVoiceEffect(PlaybackEffects effect) {
+  if (!orvane_)
+    return false;
+  orvane_->setEffect(effect);
+  switch (effect) {
+    case PlaybackEffects::NormalVoice:
+      ui_->effectImage->setPixmap(imageNamed("NormalVoice"));
+      break;
+    case PlaybackEffects::MonsterVoice:
+      ui_->effectImage->setPixmap(imageNamed("MonsterVoice"));
+      break;
+    case PlaybackEffects::ChipmunkVoice:
+      ui_->effectImage->setPixmap(imageNamed("ChipmunkVoice"));
+      break;
+  }
+  describeEffect(effect);
+  return true;
 }
 
 void OrvaneVC::describeEffect(PlaybackEffects effect) {
@@ -459,6 +473,18 @@ void OrvaneVC::describeEffect(PlaybackEffects effect) {
 void OrvaneVC::tonePressed(const views::CircleButton& sender) {
   engine().setStartToneOn(sender.isSelected());
   describeTone(sender.isSelected());
+}
+
+// Lit as a release that selected it leaves it.
+bool OrvaneVC::setStartTone(bool on) {
+  if (!orvane_)
+    return false;
+  views::CircleButton& button = *ui_->toneButton;
+  button.setSelected(on);
+  button.setDepressed(on);
+  button.setNeedsLayout();
+  tonePressed(button);
+  return true;
 }
 
 void OrvaneVC::describeTone(bool on) {

@@ -81,6 +81,12 @@ class OrvaneVC : public QWidget {
   void voiceEffectPressed();
   void airplayPressed();
   void tonePressed(const views::CircleButton& sender);
+  // What the effect and tone buttons do, for the remote: the engine and the buttons change as
+  // after the person's clicks. False, changing nothing, until the engine has arrived.
+  bool setVoiceEffect(audio::PlaybackEffects effect);
+  bool setStartTone(bool on);
+  // From a press of Talk until its release.
+  bool talkHeld() const { return talkHeld_; }
   void showWaveFormView();
   void hideWaveFormView();
 

@@ -1,33 +1,30 @@
 #include "app/SingleInstance.h"
 
-#include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QStandardPaths>
-#include <memory>
 
+#include "control/InstanceSocket.h"
 #include "foundation/Console.h"
 
 namespace app {
 namespace {
 
 constexpr int kWaitMilliseconds = 1000;
-// URLs are short; a peer sending more than this is not an Orvane.
-constexpr qint64 kMessageLimitBytes = 64 * 1024;
 
 }  // namespace
 
-SingleInstance::SingleInstance(QString serverName, QObject* parent)
-    : QObject(parent), serverName_(std::move(serverName)), server_(new QLocalServer(this)) {
+SingleInstance::SingleInstance(QString serverName, QObject* parent,
+                               std::chrono::milliseconds idleLimit)
+    : QObject(parent),
+      serverName_(std::move(serverName)),
+      server_(new QLocalServer(this)),
+      idleLimit_(idleLimit) {
   server_->setSocketOptions(QLocalServer::UserAccessOption);
   connect(server_, &QLocalServer::newConnection, this, &SingleInstance::accept);
 }
 
 QString SingleInstance::defaultServerName() {
-  QString directory = qEnvironmentVariable("XDG_RUNTIME_DIR");
-  if (directory.isEmpty())
-    directory = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-  return QDir(directory).filePath(QStringLiteral("orvane-instance"));
+  return QString::fromStdString(control::InstanceSocket::defaultPath());
 }
 
 bool SingleInstance::sendToRunningInstance(const QStringList& messages) const {
@@ -59,24 +56,9 @@ bool SingleInstance::listen() {
 
 void SingleInstance::accept() {
   while (QLocalSocket* socket = server_->nextPendingConnection()) {
-    auto received = std::make_shared<QByteArray>();
-    connect(socket, &QLocalSocket::readyRead, this, [socket, received] {
-      received->append(socket->readAll());
-      if (received->size() > kMessageLimitBytes)
-        socket->abort();
-    });
-    connect(socket, &QLocalSocket::disconnected, this, [this, socket, received] {
-      received->append(socket->readAll());
-      socket->deleteLater();
-      if (received->size() > kMessageLimitBytes)
-        return;
-      QStringList messages;
-      for (const QByteArray& line : received->split('\n')) {
-        if (!line.isEmpty())
-          messages.append(QString::fromUtf8(line));
-      }
-      emit messagesReceived(messages);
-    });
+    auto* connection = new ControlConnection(socket, handler_, idleLimit_, this);
+    connect(connection, &ControlConnection::addressesReceived, this,
+            &SingleInstance::messagesReceived);
   }
 }
 

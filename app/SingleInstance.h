@@ -3,6 +3,9 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
+#include <chrono>
+
+#include "app/ControlConnection.h"
 
 class QLocalServer;
 
@@ -10,15 +13,21 @@ namespace app {
 
 // Keeps Orvane to one instance per user session. A second start hands its messages (the URLs
 // it was opened with) to the running instance over a local socket in the user's runtime
-// directory, then ends.
+// directory, then ends. The same socket answers orvanectl, the command-line remote: a peer that
+// opens with the remote's hello is served by the request handler (see ControlConnection).
 class SingleInstance : public QObject {
   Q_OBJECT
 
  public:
-  explicit SingleInstance(QString serverName = defaultServerName(), QObject* parent = nullptr);
+  // A peer silent for `idleLimit` is hung up on.
+  explicit SingleInstance(QString serverName = defaultServerName(), QObject* parent = nullptr,
+                          std::chrono::milliseconds idleLimit = std::chrono::seconds(10));
 
-  // $XDG_RUNTIME_DIR/orvane-instance, or Qt's private runtime directory without one.
+  // control::InstanceSocket::defaultPath(), where the remote looks too.
   static QString defaultServerName();
+
+  // Carries out the remote's requests; until one is set they are refused.
+  void setRequestHandler(ControlConnection::Handler handler) { handler_ = std::move(handler); }
 
   // True when a running instance took the messages (an empty list just asks it to come
   // forward); this process should then end.
@@ -35,6 +44,8 @@ class SingleInstance : public QObject {
 
   QString serverName_;
   QLocalServer* server_;
+  std::chrono::milliseconds idleLimit_;
+  ControlConnection::Handler handler_;
 };
 
 }  // namespace app

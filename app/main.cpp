@@ -13,6 +13,7 @@
 #include "app/DetectableKeyRepeat.h"
 #include "app/FirstFrameReporter.h"
 #include "app/QtMainExecutor.h"
+#include "app/RemoteCommands.h"
 #include "app/SingleInstance.h"
 #include "app/TerminationSignals.h"
 #include "foundation/DispatchQueue.h"
@@ -107,6 +108,9 @@ int main(int argc, char** argv) {
                      delegate.window()->raise();
                      delegate.window()->activateWindow();
                    });
+  app::RemoteCommands remote(delegate.mainScreen(), platform::SoundServer::shared().routes());
+  instance.setRequestHandler(
+      [&remote](const auto& request, auto answer) { remote.perform(request, std::move(answer)); });
   if (parser.isSet(reportFirstFrame))
     new app::FirstFrameReporter(delegate.window());
   delegate.window()->show();

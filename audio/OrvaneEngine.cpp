@@ -131,10 +131,24 @@ void OrvaneEngine::keepTake() {
 }
 
 void OrvaneEngine::play() {
-  audioQueue().async([this] { playOnAudioQueue(); });
+  audioQueue().async(
+      [this] { playOnAudioQueue(AudioFile::forReading(playbackURL_), readyForPlayback_.load()); });
 }
 
-void OrvaneEngine::playOnAudioQueue() {
+// The kept take stays on disk after it has played, so it can be heard again without a new one.
+bool OrvaneEngine::replay() {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(playbackURL_, error))
+    return false;
+  audioQueue().async([this] { playOnAudioQueue(AudioFile::forReading(playbackURL_), true); });
+  return true;
+}
+
+void OrvaneEngine::playFile(std::shared_ptr<AudioFile> voice) {
+  audioQueue().async([this, voice = std::move(voice)] { playOnAudioQueue(voice, true); });
+}
+
+void OrvaneEngine::playOnAudioQueue(const std::shared_ptr<AudioFile>& voice, bool ready) {
   engine_.stop();
   engine_.reset();
   auto player = std::make_shared<AudioPlayerNode>();
@@ -151,8 +165,8 @@ void OrvaneEngine::playOnAudioQueue() {
     timePitch->setPitch(*cents);
   if (isStartToneOn())
     scheduleStartTone(*player);
-  scheduleVoice(*player);
-  if (readyForPlayback_.load()) {
+  scheduleVoice(*player, voice);
+  if (ready) {
     startPlayer(*player);
   } else {
     Console::line("User Error - Audio was not ready for playback");
@@ -170,8 +184,7 @@ void OrvaneEngine::scheduleStartTone(AudioPlayerNode& player) {
   player.scheduleFile(tone);
 }
 
-void OrvaneEngine::scheduleVoice(AudioPlayerNode& player) {
-  auto voice = AudioFile::forReading(playbackURL_);
+void OrvaneEngine::scheduleVoice(AudioPlayerNode& player, const std::shared_ptr<AudioFile>& voice) {
   if (!voice) {
     Console::line("User Error - Audio file was nil");
     postPlaybackFailed();

@@ -17,6 +17,7 @@ class AudioSession;
 
 namespace audio {
 
+class AudioFile;
 class AudioPlayerNode;
 
 // Where the engine keeps its files and which devices it uses. The defaults are the
@@ -62,6 +63,11 @@ class OrvaneEngine {
   void stopRecording();
   // Returns at once; the announcement is played from the audio queue.
   void play();
+  // Plays the last kept take again, as it is announced now (effect, tone). False, with nothing
+  // played, when no take has been kept.
+  bool replay();
+  // Plays a prepared file (see AudioFile::forReading) as an announcement instead of a take.
+  void playFile(std::shared_ptr<AudioFile> voice);
   void reset();
 
   // The two graphs, for probes in tests and benchmarks.
@@ -70,10 +76,11 @@ class OrvaneEngine {
 
  private:
   static foundation::DispatchQueue& audioQueue();
-  void playOnAudioQueue();
+  // `ready`: the voice may be played; otherwise the attempt is reported as a failure.
+  void playOnAudioQueue(const std::shared_ptr<AudioFile>& voice, bool ready);
   void keepTake();
   void scheduleStartTone(AudioPlayerNode& player);
-  void scheduleVoice(AudioPlayerNode& player);
+  void scheduleVoice(AudioPlayerNode& player, const std::shared_ptr<AudioFile>& voice);
   void startPlayer(AudioPlayerNode& player);
   void stopFailedPlayback();
   void postPlaybackFailed();

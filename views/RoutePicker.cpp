@@ -21,14 +21,6 @@ std::vector<const platform::RouteListPort*> availablePorts(const platform::Route
   return ports;
 }
 
-QListWidgetItem* addItem(QListWidget* list, const QString& text,
-                         const platform::RouteListEntry& route, const std::string& port) {
-  auto* item = new QListWidgetItem(text, list);
-  item->setData(kSinkRole, QString::fromStdString(route.name));
-  item->setData(kPortRole, QString::fromStdString(port));
-  return item;
-}
-
 }  // namespace
 
 RoutePicker::RoutePicker(platform::RouteList& routes, QWidget* parent)
@@ -57,21 +49,38 @@ RoutePicker::~RoutePicker() {
 }
 
 // A sink with several usable ports (speakers and headphones of one card) is one choice a port.
-void RoutePicker::showRoutes() {
-  list_->clear();
-  for (const auto& route : routes_.routes()) {
+std::vector<RoutePicker::Choice> RoutePicker::choices(const platform::RouteList& routes) {
+  std::vector<Choice> found;
+  for (const auto& route : routes.routes()) {
     const auto ports = availablePorts(route);
     if (ports.size() < 2) {
-      auto* item = addItem(list_, QString::fromStdString(route.description), route, {});
-      item->setSelected(route.isDefault);
+      found.push_back({QString::fromStdString(route.description), route.name, {}, route.isDefault});
       continue;
     }
     for (const auto* port : ports) {
-      const QString text = tr("%1 (%2)").arg(QString::fromStdString(port->description),
-                                             QString::fromStdString(route.description));
-      auto* item = addItem(list_, text, route, port->name);
-      item->setSelected(route.isDefault && port->name == route.activePort);
+      const QString title = tr("%1 (%2)").arg(QString::fromStdString(port->description),
+                                              QString::fromStdString(route.description));
+      found.push_back(
+          {title, route.name, port->name, route.isDefault && port->name == route.activePort});
     }
+  }
+  return found;
+}
+
+QString RoutePicker::currentTitle(const platform::RouteList& routes) {
+  for (const Choice& choice : choices(routes))
+    if (choice.current)
+      return choice.title;
+  return {};
+}
+
+void RoutePicker::showRoutes() {
+  list_->clear();
+  for (const Choice& choice : choices(routes_)) {
+    auto* item = new QListWidgetItem(choice.title, list_);
+    item->setData(kSinkRole, QString::fromStdString(choice.sinkName));
+    item->setData(kPortRole, QString::fromStdString(choice.port));
+    item->setSelected(choice.current);
   }
   if (list_->count() == 0)
     new QListWidgetItem(tr("No outputs found"), list_);

@@ -1,6 +1,9 @@
 #pragma once
 
 #include <QDialog>
+#include <QString>
+#include <string>
+#include <vector>
 
 class QListWidget;
 class QListWidgetItem;
@@ -20,6 +23,17 @@ class RoutePicker : public QDialog {
  public:
   explicit RoutePicker(platform::RouteList& routes, QWidget* parent = nullptr);
   ~RoutePicker() override;
+
+  // One line of the list: a sink, or one port of a sink with several usable ones.
+  struct Choice {
+    QString title;
+    std::string sinkName;
+    std::string port;  // empty: the sink as it is
+    bool current = false;
+  };
+  static std::vector<Choice> choices(const platform::RouteList& routes);
+  // The current output's title as the list shows it; empty while there is none.
+  static QString currentTitle(const platform::RouteList& routes);
 
  private:
   void showRoutes();

@@ -23,6 +23,8 @@ constexpr auto kFirstFrameLimit = 60s;
 constexpr auto kMonitorSettleLimit = 15s;
 constexpr auto kRecordingShownLimit = 2s;
 constexpr auto kTalkEnabledLimit = 20s;
+// orvanectl waits 5 s for an answer at most.
+constexpr auto kRemoteLimit = 10s;
 constexpr auto kPauseBetweenLooks = 100ms;
 // The lightness of the Talk title's brightest pixel: 162 while disabled, 255 once enabled.
 constexpr int kEnabledTitleLightness = 230;
@@ -78,6 +80,21 @@ std::map<std::string, std::string> DesktopSession::orvaneEnvironment() const {
                       {"XDG_CACHE_HOME", orvaneDirectory("cache")},
                       {"XDG_CONFIG_HOME", orvaneDirectory("config")}});
   return environment;
+}
+
+DesktopSession::RemoteRun DesktopSession::runRemote(
+    const std::vector<std::string>& arguments) const {
+  Command command{{ORVANECTL_BINARY}, orvaneEnvironment()};
+  command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
+  ChildProcess remote(command);
+  const auto status = remote.wait(kRemoteLimit);
+  if (!status)
+    throw std::runtime_error("orvanectl did not end in time\n" + remote.transcript());
+  return {*status, remote.output().text(), remote.errors().text()};
+}
+
+std::filesystem::path DesktopSession::instanceSocket() const {
+  return privateDirectory(directory_.path(), "runtime") / "orvane-instance";
 }
 
 Clock::duration DesktopSession::startOrvane(const std::vector<std::string>& arguments) {

@@ -38,6 +38,16 @@ class DesktopSession {
   void quitOrvane();
   // Sends Orvane the signal; its exit status if it ends within `limit`.
   std::optional<int> signalOrvane(int signal, Clock::duration limit);
+  // orvanectl run against this desk's Orvane, to its end (bounded); how it ended and what it
+  // wrote.
+  struct RemoteRun {
+    int status;
+    std::string output;
+    std::string errors;
+  };
+  RemoteRun runRemote(const std::vector<std::string>& arguments) const;
+  // Where Orvane answers its remote.
+  std::filesystem::path instanceSocket() const;
   // Orvane's private XDG directory of that name: "data", "cache" or "config".
   std::filesystem::path orvaneDirectory(const char* name) const;
   // Returns once Orvane's Talk button has turned from grey to white: the engine is ready and the
