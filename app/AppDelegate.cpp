@@ -74,15 +74,15 @@ AppDelegate::~AppDelegate() {
 }
 
 bool AppDelegate::didFinishLaunching(QApplication& application,
-                                     const AnalyticsServer* analyticsServer) {
+                                     const platform::AnalyticsServer* analyticsServer) {
   application.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
   application.setPalette(lightContentPalette());
   tallix::Tallix::setApplication(std::make_shared<OrvaneTallixApplication>());
   if (analyticsServer) {
     tallix::Tallix::setSecureTransportEnabled(analyticsServer->secure);
-    tallix::Tallix::setServerURL(analyticsServer->hostAndPort.toStdString());
+    tallix::Tallix::setServerURL(analyticsServer->hostAndPort);
     // One address for the user to give: the same server also serves the configuration.
-    tallix::Tallix::setBeaconServerURL(analyticsServer->configurationUrl().toStdString());
+    tallix::Tallix::setBeaconServerURL(analyticsServer->configurationUrl());
     tallix::Tallix::setBeaconEnabled(true);
   }
   // A crash shows up at the next start as the crashed former session, with its report.

@@ -7,7 +7,7 @@
 #include <memory>
 #include <optional>
 
-#include "app/AnalyticsServer.h"
+#include "platform/AnalyticsServer.h"
 #include "app/OrvaneServices.h"
 
 class QApplication;
@@ -40,7 +40,7 @@ class AppDelegate : public QObject {
   // Gives the application its dark look, with light text over the dark screen, and starts the
   // analytics session, reporting to the server when one is given.
   bool didFinishLaunching(QApplication& application,
-                          const AnalyticsServer* analyticsServer = nullptr);
+                          const platform::AnalyticsServer* analyticsServer = nullptr);
   bool handleOpenURL(const QUrl& url);
   void launchReturnURL();
 

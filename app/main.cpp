@@ -7,7 +7,6 @@
 #include <QTranslator>
 #include <cstdio>
 
-#include "app/AnalyticsServer.h"
 #include "app/AppDelegate.h"
 #include "app/ApplicationStateNotifier.h"
 #include "app/DetectableKeyRepeat.h"
@@ -18,6 +17,7 @@
 #include "app/TerminationSignals.h"
 #include "foundation/DispatchQueue.h"
 #include "foundation/NotificationCenter.h"
+#include "platform/AnalyticsServer.h"
 #include "platform/SoundServer.h"
 
 namespace {
@@ -72,7 +72,7 @@ int main(int argc, char** argv) {
       QStringLiteral("analytics-server"),
       QStringLiteral("Send usage reports to this server, e.g. http://127.0.0.1:8080 "
                      "(default: $%1; with neither, reports stay on this machine).")
-          .arg(QLatin1String(app::AnalyticsServer::kEnvironmentVariable)),
+          .arg(QLatin1String(platform::AnalyticsServer::kEnvironmentVariable)),
       QStringLiteral("address"));
   parser.addOption(analyticsServer);
   parser.addPositionalArgument(QStringLiteral("url"),
@@ -80,10 +80,11 @@ int main(int argc, char** argv) {
                                QStringLiteral("[url...]"));
   parser.process(application);
   const QStringList urls = parser.positionalArguments();
-  const auto server = app::AnalyticsServer::fromSettings(
-      parser.isSet(analyticsServer) ? std::optional(parser.value(analyticsServer)) : std::nullopt);
-  if (const auto* problem = std::get_if<QString>(&server)) {
-    std::fprintf(stderr, "orvane: analytics server: %s\n", qPrintable(*problem));
+  const auto server = platform::AnalyticsServer::fromSettings(
+      parser.isSet(analyticsServer) ? std::optional(parser.value(analyticsServer).toStdString())
+                                    : std::nullopt);
+  if (const auto* problem = std::get_if<std::string>(&server)) {
+    std::fprintf(stderr, "orvane: analytics server: %s\n", problem->c_str());
     return 2;
   }
 
@@ -100,7 +101,7 @@ int main(int argc, char** argv) {
   auto* lifecycle = new app::ApplicationStateNotifier(
       foundation::NotificationCenter::defaultCenter(), application);
   app::AppDelegate delegate;
-  delegate.didFinishLaunching(application, std::get_if<app::AnalyticsServer>(&server));
+  delegate.didFinishLaunching(application, std::get_if<platform::AnalyticsServer>(&server));
   lifecycle->didFinishLaunching(launchOptions(urls));
   QObject::connect(&instance, &app::SingleInstance::messagesReceived, &delegate,
                    [&delegate](const QStringList& messages) {

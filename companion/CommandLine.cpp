@@ -62,7 +62,10 @@ const char* CommandLine::usage() {
          "  --version      orvanectl's version\n"
          "\n"
          "Exit status: 0 done, 1 Orvane refused the command, 2 wrong usage,\n"
-         "3 Orvane is not running, 4 the connection broke or Orvane did not answer in time.\n";
+         "3 Orvane is not running, 4 the connection broke or Orvane did not answer in time.\n"
+         "\n"
+         "Each command is counted in Orvane's usage reports, sent to $ORVANE_ANALYTICS_SERVER\n"
+         "(such as http://127.0.0.1:8080) when it is set, else kept on this machine.\n";
 }
 
 }  // namespace companion

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "companion/OrvanectlTallixApplication.h"
+#include "platform/AnalyticsServer.h"
 #include "platform/Bundle.h"
 #include "tallix/Tallix.h"
 #include "tallix/TallixWatch.h"
@@ -40,11 +41,24 @@ platform::InfoDictionary shippedInformation() {
   }
 }
 
+// The same server Orvane reports to, from its environment variable (cron and systemd units set
+// it there); a bad address costs the reports, not the command.
+void reportToConfiguredServer() {
+  const auto server = platform::AnalyticsServer::fromSettings(std::nullopt);
+  if (const auto* problem = std::get_if<std::string>(&server))
+    std::fprintf(stderr, "orvanectl: analytics server: %s\n", problem->c_str());
+  if (const auto* address = std::get_if<platform::AnalyticsServer>(&server)) {
+    tallix::Tallix::setSecureTransportEnabled(address->secure);
+    tallix::Tallix::setServerURL(address->hostAndPort);
+  }
+}
+
 }  // namespace
 
 CompanionAnalytics::CompanionAnalytics() {
   tallix::Tallix::setApplication(
       std::make_shared<OrvanectlTallixApplication>(shippedInformation()));
+  reportToConfiguredServer();
 }
 
 void CompanionAnalytics::recordOutcome(const std::string& command,

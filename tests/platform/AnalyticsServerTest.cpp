@@ -1,18 +1,18 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include "app/AnalyticsServer.h"
+#include "platform/AnalyticsServer.h"
 
-namespace app {
+namespace platform {
 namespace {
 
 // The server the agent is given (its configuration service names scheme and host), or the
 // reason the text is refused.
 std::string outcome(const AnalyticsServer::Parsed& parsed) {
   if (const auto* server = std::get_if<AnalyticsServer>(&parsed))
-    return server->configurationUrl().toStdString();
-  if (const auto* problem = std::get_if<QString>(&parsed))
-    return "refused: " + problem->toStdString();
+    return server->configurationUrl();
+  if (const auto* problem = std::get_if<std::string>(&parsed))
+    return "refused: " + *problem;
   return "none";
 }
 
@@ -34,11 +34,11 @@ TEST(AnalyticsServerTest, TheOptionWinsOverTheEnvironment) {
   ::setenv(AnalyticsServer::kEnvironmentVariable, "http://from-environment:1", 1);
   EXPECT_EQ(outcome(AnalyticsServer::fromSettings(std::nullopt)),
             "http://from-environment:1/sdk/v1/config");
-  EXPECT_EQ(outcome(AnalyticsServer::fromSettings(QStringLiteral("https://from-option"))),
+  EXPECT_EQ(outcome(AnalyticsServer::fromSettings("https://from-option")),
             "https://from-option/sdk/v1/config");
   ::unsetenv(AnalyticsServer::kEnvironmentVariable);
   EXPECT_EQ(outcome(AnalyticsServer::fromSettings(std::nullopt)), "none");
 }
 
 }  // namespace
-}  // namespace app
+}  // namespace platform
