@@ -83,8 +83,11 @@ std::map<std::string, std::string> DesktopSession::orvaneEnvironment() const {
 }
 
 DesktopSession::RemoteRun DesktopSession::runRemote(
-    const std::vector<std::string>& arguments) const {
+    const std::vector<std::string>& arguments,
+    const std::map<std::string, std::string>& environment) const {
   Command command{{ORVANECTL_BINARY}, orvaneEnvironment()};
+  for (const auto& [name, value] : environment)
+    command.environment[name] = value;
   command.arguments.insert(command.arguments.end(), arguments.begin(), arguments.end());
   ChildProcess remote(command);
   const auto status = remote.wait(kRemoteLimit);

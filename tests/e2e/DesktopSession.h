@@ -45,7 +45,9 @@ class DesktopSession {
     std::string output;
     std::string errors;
   };
-  RemoteRun runRemote(const std::vector<std::string>& arguments) const;
+  // `environment` adds to (or overrides) the desk's own.
+  RemoteRun runRemote(const std::vector<std::string>& arguments,
+                      const std::map<std::string, std::string>& environment = {}) const;
   // Where Orvane answers its remote.
   std::filesystem::path instanceSocket() const;
   // Orvane's private XDG directory of that name: "data", "cache" or "config".

@@ -10,6 +10,8 @@
 #include "DesktopSession.h"
 #include "OrvaneScreen.h"
 #include "Speech.h"
+#include "tests/tools/JsonPath.h"
+#include "tests/tools/RunningCollector.h"
 
 namespace e2e {
 namespace {
@@ -116,6 +118,25 @@ TEST_F(RemoteEndToEnd, WithOrvaneGoneTheRemoteSaysSo) {
   const auto run = desktop_->runRemote({"status"});
   EXPECT_EQ(run.status, 3);
   EXPECT_THAT(run.errors, HasSubstr("Orvane is not running"));
+}
+
+// Each run is a process of its own: the watch session lives on in orvanectl's files between
+// runs, and the run that fills it sends it before it ends.
+TEST_F(RemoteEndToEnd, TenCommandsFillAWatchSessionThatReachesTheCollector) {
+  tallix::RunningCollector collector;
+  const std::map<std::string, std::string> toCollector{
+      {"ORVANE_ANALYTICS_SERVER", "http://" + collector.host()}};
+  constexpr int kCommands = 10;
+  for (int run = 0; run < kCommands; ++run)
+    ASSERT_EQ(desktop_->runRemote({"output"}, toCollector).status, 0);
+
+  const tallix::TallixJson reports = collector.reports();
+  ASSERT_EQ(json_array_size(reports.get()), 1u) << collector.console();
+  EXPECT_EQ(tallix::jsonInteger(reports.get(), "0/body/agentKind"), 2) << "not an extension's";
+  const json_t* session = tallix::jsonAt(reports.get(), "0/body/sessions/0");
+  EXPECT_EQ(tallix::jsonText(session, "eventCounts/0/name"), "orvanectl.output");
+  EXPECT_EQ(tallix::jsonInteger(session, "eventCounts/0/count"), kCommands);
+  EXPECT_EQ(json_array_size(tallix::jsonAt(session, "events")), std::size_t{kCommands});
 }
 
 }  // namespace
