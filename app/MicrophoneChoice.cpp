@@ -1,5 +1,6 @@
 #include "app/MicrophoneChoice.h"
 
+#include <QCoreApplication>
 #include <QSettings>
 #include <algorithm>
 
@@ -9,8 +10,13 @@
 namespace app {
 namespace {
 
+// The application's own settings file, whatever organisation it is (not) given.
+QSettings keptSettings() {
+  return QSettings(QCoreApplication::applicationName(), QCoreApplication::applicationName());
+}
+
 std::string keptChoice() {
-  return QSettings().value(MicrophoneChoice::kSettingsKey).toString().toStdString();
+  return keptSettings().value(MicrophoneChoice::kSettingsKey).toString().toStdString();
 }
 
 }  // namespace
@@ -41,7 +47,7 @@ std::string MicrophoneChoice::inUse() const {
 }
 
 void MicrophoneChoice::choose(const std::string& sourceName) {
-  QSettings().setValue(kSettingsKey, QString::fromStdString(sourceName));
+  keptSettings().setValue(kSettingsKey, QString::fromStdString(sourceName));
   refresh();
 }
 
