@@ -13,7 +13,8 @@ OrvaneServices OrvaneServices::shared() {
 }
 
 OrvaneServices OrvaneServices::of(platform::SoundServer& server, MakeEngine makeEngine) {
-  return {server.session(), server.volume(), server.routes(), std::move(makeEngine)};
+  return {server.session(), server.volume(), server.routes(), server.inputs(),
+          std::move(makeEngine)};
 }
 
 }  // namespace app

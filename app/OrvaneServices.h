@@ -8,6 +8,7 @@ class OrvaneEngine;
 }
 namespace platform {
 class AudioSession;
+class InputList;
 class RouteList;
 class SoundServer;
 class SystemVolume;
@@ -23,6 +24,7 @@ struct OrvaneServices {
   platform::AudioSession& session;
   platform::SystemVolume& volume;
   platform::RouteList& routes;
+  platform::InputList& inputs;
   MakeEngine makeEngine;
 
   static OrvaneServices shared();

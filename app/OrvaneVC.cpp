@@ -12,15 +12,18 @@
 #include <limits>
 
 #include "app/Alert.h"
+#include "app/MicrophoneChoice.h"
 #include "app/SoundSettings.h"
 #include "app/TalkKeys.h"
 #include "audio/OrvaneEngine.h"
 #include "foundation/Console.h"
 #include "foundation/NotificationCenter.h"
 #include "platform/AudioSession.h"
+#include "platform/InputList.h"
 #include "platform/SystemVolume.h"
 #include "ui_OrvaneVC.h"
 #include "views/DisplayLink.h"
+#include "views/RoutePicker.h"
 #include "views/VolumeView.h"
 
 namespace app {
@@ -109,6 +112,7 @@ OrvaneVC::OrvaneVC(OrvaneServices services, QWidget* parent, bool demoMode)
       // One command at a time, in the order sent: a release's stop must never overtake the
       // start of the recording it ends.
       audioQ_("OrvaneVC.audioQ", foundation::QualityOfService::Background),
+      microphone_(new MicrophoneChoice(services_.inputs, this)),
       resizeSettled_(new QTimer(this)) {
   ui_->setupUi(this);
   routeStripHeight_ = ui_->routeLabel->height();
@@ -132,6 +136,11 @@ void OrvaneVC::connectActions() {
   new TalkKeys(*ui_->talkButton);
   connect(ui_->effectButton, &CircleButton::clicked, this, &OrvaneVC::voiceEffectPressed);
   connect(ui_->routeButton, &CircleButton::clicked, this, &OrvaneVC::airplayPressed);
+  connect(ui_->microphoneButton, &CircleButton::clicked, this, &OrvaneVC::microphonePressed);
+  connect(microphone_, &MicrophoneChoice::deviceChanged, this,
+          [this](const QString& device) { useMicrophone(device.toStdString()); });
+  connect(microphone_, &MicrophoneChoice::chosenInputLost, this,
+          &OrvaneVC::presentMicrophoneLostAlert);
   // Every release toggles the tone button, inside or not, so every release sets the tone.
   connect(ui_->toneButton, &CircleButton::touchUp, this, [this] { tonePressed(*ui_->toneButton); });
   ui_->toneButton->setSelectable(true);
@@ -259,8 +268,12 @@ void OrvaneVC::resetOrvane() {
   audioQ_.async([engine = orvane_] { engine->reset(); });
 }
 
+// At rest the waveform shows the room; the engine may not have arrived yet.
 void OrvaneVC::updateMeters() {
-  ui_->waveFormView->updateWithLevel(demoMode_ ? kDemoLevel : engine().audioLevel());
+  double level = kDemoLevel;
+  if (!demoMode_)
+    level = speakingLayout_ ? engine().audioLevel() : (orvane_ ? orvane_->roomLevel() : 0.0);
+  ui_->waveFormView->updateWithLevel(level);
 }
 
 void OrvaneVC::startProgressBar(double playbackLength) {
@@ -290,6 +303,7 @@ void OrvaneVC::viewDidLoad() {
   auto made = std::make_shared<std::shared_ptr<audio::OrvaneEngine>>();
   auto arrive = onMainQueue([this, made, engineButtons] {
     orvane_ = *made;
+    useMicrophone(microphone_->device());
     for (views::CircleButton* button : engineButtons)
       button->setEnabled(true);
     ui_->talkButton->setFocus();
@@ -386,6 +400,37 @@ void OrvaneVC::setupAirplayButton() {
 
 void OrvaneVC::airplayPressed() {
   required(masterAirplayButton_, "masterAirplayButton")->click();
+}
+
+void OrvaneVC::microphonePressed() {
+  const auto choices = [this] {
+    return views::RoutePicker::inputChoices(services_.inputs.inputs(), microphone_->inUse());
+  };
+  auto* picker = new views::RoutePicker(
+      {tr("Microphone"), tr("Microphones"), tr("No microphones found"),
+       std::string(platform::InputList::kInputsChangedNotification), &services_.inputs, choices,
+       [this](const views::RoutePicker::Choice& choice) { microphone_->choose(choice.device); }},
+      window());
+  picker->setAttribute(Qt::WA_DeleteOnClose);
+  picker->setWindowModality(Qt::WindowModal);
+  picker->open();
+}
+
+// Until the engine arrives there is nothing to tell; it is told on arrival.
+void OrvaneVC::useMicrophone(const std::string& device) {
+  if (orvane_)
+    audioQ_.async([engine = orvane_, device] { engine->recorder().setDevice(device); });
+}
+
+void OrvaneVC::presentMicrophoneLostAlert(const QString& description) {
+  //: Alert title when the chosen microphone is unplugged or removed
+  const QString title = tr("Microphone Unavailable");
+  //: Alert message when the chosen microphone goes away; %1 is its name
+  const QString message =
+      tr("\"%1\" is no longer available. Orvane records from the default microphone until it "
+         "returns.")
+          .arg(description);
+  presentAlert(this, title, message, {{tr("OK"), AlertActionStyle::Default, {}}});
 }
 
 void OrvaneVC::setupVolumeSlider() {
@@ -499,32 +544,29 @@ void OrvaneVC::setupWaveFormView() {
   ui_->waveFormView->setSecondaryWaveLineWidth(1.0);
   routeLabelFrame_ = ui_->routeLabel->geometry();
   waveViewFrame_ = ui_->waveFormView->geometry();
-  const QRect& wave = *waveViewFrame_;
-  // From the width alone, not the frame's own x: the strip is centred only for an x of 0.
-  hiddenWaveViewFrame_ =
-      QRect(static_cast<int>(wave.width() * 0.5 - 1.0), wave.y(), 2, wave.height());
+  restingWaveViewFrame_ = routeLabelFrame_;
   hideWaveFormView();
 }
 
 void OrvaneVC::showWaveFormView() {
   Console::line("ShowWaveformView");
   onMainQueue([this] {
+    speakingLayout_ = true;
     ui_->waveFormView->updateWithLevel(0);
-    displaylink_->setPaused(false);
-    ui_->waveFormView->setHidden(false);
     animateWaveLayout(required(routeLabelFrame_, "routeLabelFrame"), regularRouteFont(),
                       required(waveViewFrame_, "waveViewFrame"));
   })();
 }
 
+// The name and the waveform trade places: the waveform rests small in the name's strip, still
+// running, so the person sees the microphone hear the room before they press Talk.
 void OrvaneVC::hideWaveFormView() {
   Console::line("HideWaveformView");
   onMainQueue([this] {
-    displaylink_->setPaused(true);
+    speakingLayout_ = false;
     ui_->waveFormView->updateWithLevel(0);
     animateWaveLayout(required(waveViewFrame_, "waveViewFrame"), lightRouteFont(),
-                      required(hiddenWaveViewFrame_, "hiddenWaveViewFrame"),
-                      [this] { ui_->waveFormView->setHidden(true); });
+                      required(restingWaveViewFrame_, "restingWaveViewFrame"));
   })();
 }
 

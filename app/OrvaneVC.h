@@ -29,10 +29,13 @@ class VolumeSlider;
 
 namespace app {
 
+class MicrophoneChoice;
+
 // The main screen: hold Talk, speak, let go, and the take is announced through the current
-// output. Shows the output's name, the system volume as 0 to 10, the live waveform while
-// speaking and the playback's progress; the effect and tone buttons set up the next
-// announcement. Laid out by resources/OrvaneVC.ui, whose named widgets are its outlets.
+// output. Shows the output's name, the system volume as 0 to 10, the waveform (small at rest,
+// showing what the microphone hears; full size while speaking) and the playback's progress; the
+// effect and tone buttons set up the next announcement. Laid out by resources/OrvaneVC.ui, whose
+// named widgets are its outlets.
 class OrvaneVC : public QWidget {
   Q_OBJECT
 
@@ -55,7 +58,8 @@ class OrvaneVC : public QWidget {
   QAbstractButton* masterAirplayButton() const { return masterAirplayButton_; }
   std::optional<QRect> routeLabelFrame() const { return routeLabelFrame_; }
   std::optional<QRect> waveViewFrame() const { return waveViewFrame_; }
-  std::optional<QRect> hiddenWaveViewFrame() const { return hiddenWaveViewFrame_; }
+  // Where the waveform rests between takes: the route name's strip, which the name leaves.
+  std::optional<QRect> restingWaveViewFrame() const { return restingWaveViewFrame_; }
 
   // The talk cycle.
   void talkPressedDown();
@@ -80,6 +84,8 @@ class OrvaneVC : public QWidget {
   void updateMasterVolumeLabel();
   void voiceEffectPressed();
   void airplayPressed();
+  // Opens the microphone picker; the choice is kept between launches.
+  void microphonePressed();
   void tonePressed(const views::CircleButton& sender);
   // What the effect and tone buttons do, for the remote: the engine and the buttons change as
   // after the person's clicks. False, changing nothing, until the engine has arrived.
@@ -99,6 +105,8 @@ class OrvaneVC : public QWidget {
   void enterRecordingState();
   void presentMicrophoneAlert();
   void presentHoldDownAlert();
+  void presentMicrophoneLostAlert(const QString& description);
+  void useMicrophone(const std::string& device);
   void layOutDisplayArea();
   void animateWaveLayout(const QRect& labelFrame, const QFont& labelFont, const QRect& waveFrame,
                          std::function<void()> completion = {});
@@ -120,7 +128,7 @@ class OrvaneVC : public QWidget {
   std::shared_ptr<audio::OrvaneEngine> orvane_;
   std::optional<QRect> routeLabelFrame_;
   std::optional<QRect> waveViewFrame_;
-  std::optional<QRect> hiddenWaveViewFrame_;
+  std::optional<QRect> restingWaveViewFrame_;
   QAbstractButton* masterAirplayButton_ = nullptr;
   views::VolumeSlider* masterVolumeSlider_ = nullptr;
   views::DisplayLink* displaylink_ = nullptr;
@@ -129,6 +137,8 @@ class OrvaneVC : public QWidget {
   double playbackLength_ = 0;  // of the announcement playing, as last measured
 
   bool talkHeld_ = false;
+  bool speakingLayout_ = false;  // the waveform full size, fed the take's level
+  MicrophoneChoice* microphone_;
   QPointer<QAbstractAnimation> waveAnimation_;
   QPointer<QMessageBox> holdDownAlert_;
   int routeStripHeight_;  // the route label's height where the interface file puts it

@@ -27,6 +27,7 @@ AudioRecorder::AudioRecorder(std::filesystem::path url, RecorderSettings setting
       session_(session),
       latestPower_(kSilence),
       meteredPower_(kSilence),
+      meter_(sourceDescription),
       queue_("Recorder", foundation::QualityOfService::UserInitiated) {
   build(sourceDescription);
 }
@@ -59,6 +60,8 @@ void AudioRecorder::build(const std::string& sourceDescription) {
   pipeline_.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new("recorder"))));
   gst_bin_add_many(GST_BIN(pipeline_.get()), source, encoder, nullptr);
   gst_element_link(source, encoder);
+  applyCaptureDevice(pipeline_.get(), settings_.device);
+  connectedDevice_ = settings_.device;
   bus_ = std::make_unique<PipelineBus>(pipeline_.get(), "Recording",
                                        [this](double decibels) { storeLevel(decibels); });
 }
@@ -82,7 +85,29 @@ void AudioRecorder::watchForStreaming(GstElement* encoder) {
 }
 
 void AudioRecorder::prepareToRecord() {
-  queue_.async([this] { prepareOnQueue(); });
+  queue_.async([this] {
+    prepareOnQueue();
+    meter_.start(settings_.device);
+  });
+}
+
+void AudioRecorder::setDevice(std::string device) {
+  queue_.async([this, device = std::move(device)] {
+    settings_.device = device;
+    if (!isRecording())
+      connectDevice();
+  });
+}
+
+// A source is chosen when its element leaves the null state, so both graphs connect anew.
+void AudioRecorder::connectDevice() {
+  if (connectedDevice_ == settings_.device)
+    return;
+  connectedDevice_ = settings_.device;
+  gst_element_set_state(pipeline_.get(), GST_STATE_NULL);
+  applyCaptureDevice(pipeline_.get(), settings_.device);
+  prepareOnQueue();
+  meter_.start(settings_.device);
 }
 
 bool AudioRecorder::record() {
@@ -151,6 +176,7 @@ void AudioRecorder::stopOnQueue() {
   closeFile();
   recording_.store(false, std::memory_order_release);
   latestPower_.store(kSilence);
+  connectDevice();  // a choice made during the take
 }
 
 void AudioRecorder::storeLevel(double decibels) {

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 namespace audio {
 namespace {
@@ -78,21 +79,35 @@ void requireElements(std::initializer_list<const char*> factories) {
     throw std::runtime_error("GStreamer elements are missing: " + missing);
 }
 
-void applyStreamProperties(GstElement* bin, const std::string& mediaRole) {
+void forEachElementWith(GstElement* bin, const char* property,
+                        const std::function<void(GstElement*)>& apply) {
   GstIterator* elements = gst_bin_iterate_recurse(GST_BIN(bin));
-  auto apply = [](const GValue* item, gpointer role) {
+  using Context = std::pair<const char*, const std::function<void(GstElement*)>*>;
+  auto visit = [](const GValue* item, gpointer context) {
+    const auto& [name, work] = *static_cast<Context*>(context);
     auto* element = GST_ELEMENT(g_value_get_object(item));
-    if (!g_object_class_find_property(G_OBJECT_GET_CLASS(element), "stream-properties"))
-      return;
-    GstStructure* properties = gst_structure_new(
-        "props", "media.role", G_TYPE_STRING, static_cast<const std::string*>(role)->c_str(),
-        "application.name", G_TYPE_STRING, "Orvane", nullptr);
+    if (g_object_class_find_property(G_OBJECT_GET_CLASS(element), name))
+      (*work)(element);
+  };
+  Context context{property, &apply};
+  gst_iterator_foreach(elements, visit, &context);
+  gst_iterator_free(elements);
+}
+
+void applyStreamProperties(GstElement* bin, const std::string& mediaRole) {
+  forEachElementWith(bin, "stream-properties", [&](GstElement* element) {
+    GstStructure* properties =
+        gst_structure_new("props", "media.role", G_TYPE_STRING, mediaRole.c_str(),
+                          "application.name", G_TYPE_STRING, "Orvane", nullptr);
     g_object_set(element, "stream-properties", properties, nullptr);
     gst_structure_free(properties);
-  };
-  std::string role = mediaRole;
-  gst_iterator_foreach(elements, apply, &role);
-  gst_iterator_free(elements);
+  });
+}
+
+void applyCaptureDevice(GstElement* bin, const std::string& device) {
+  forEachElementWith(bin, "device", [&](GstElement* element) {
+    g_object_set(element, "device", device.empty() ? nullptr : device.c_str(), nullptr);
+  });
 }
 
 }  // namespace audio

@@ -2,6 +2,7 @@
 
 #include <gst/gst.h>
 
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -29,8 +30,17 @@ GstElement* makeElement(const char* factory, const char* name = nullptr);
 // brings it, so a person can tell what to install.
 void requireElements(std::initializer_list<const char*> factories);
 
+// Calls `apply` with each element inside `bin` that has the property; elements of other kinds
+// (a test source in place of the sound server's, say) are left alone.
+void forEachElementWith(GstElement* bin, const char* property,
+                        const std::function<void(GstElement*)>& apply);
+
 // Sets "stream-properties" (media role, application name) on the sound-server elements inside
 // `bin`; elements of other kinds are left alone.
 void applyStreamProperties(GstElement* bin, const std::string& mediaRole);
+
+// Points the sound-server sources inside `bin` at the named source; empty means the server's
+// default. Takes effect when they next connect (from the null state).
+void applyCaptureDevice(GstElement* bin, const std::string& device);
 
 }  // namespace audio

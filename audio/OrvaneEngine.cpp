@@ -24,6 +24,10 @@ constexpr std::uintmax_t kMinimumTakeBytes = 10000;
 using foundation::Console;
 using platform::AudioSessionCategory;
 
+double levelOfPower(float decibels) {
+  return std::pow(10.0f, decibels / 60.0f);
+}
+
 }  // namespace
 
 OrvaneEngineConfiguration OrvaneEngineConfiguration::defaults() {
@@ -76,8 +80,7 @@ foundation::DispatchQueue& OrvaneEngine::audioQueue() {
 double OrvaneEngine::audioLevel() {
   if (recorder_.isRecording()) {
     recorder_.updateMeters();
-    float decibels = recorder_.averagePowerForChannel(0);
-    return std::pow(10.0f, decibels / 60.0f);
+    return levelOfPower(recorder_.averagePowerForChannel(0));
   }
   if (engine_.isRunning()) {
     // The playback level's power is worked out but not yet shown: the waveform rests while
@@ -86,6 +89,10 @@ double OrvaneEngine::audioLevel() {
     return playbackLevel_ * 7.0;
   }
   return 0.0;
+}
+
+double OrvaneEngine::roomLevel() const {
+  return levelOfPower(recorder_.inputPower());
 }
 
 double OrvaneEngine::playbackLength() const {

@@ -50,6 +50,8 @@ class OrvaneEngine {
 
   // 0…1 for the waveform: 10^(dB/60) of the input while recording.
   double audioLevel();
+  // 0…1 on the same scale: what the input hears, takes or not, for the waveform at rest.
+  double roomLevel() const;
   // The playback file's duration in seconds, read afresh at every call.
   double playbackLength() const;
   bool isStartToneOn() const { return startToneOn_.load(); }

@@ -33,7 +33,7 @@ void AudioSession::requestRecordPermission(std::function<void(bool granted)> com
 }
 
 AudioSessionRouteDescription AudioSession::currentRoute() const {
-  return link_.sinks().route();
+  return link_.devices().route();
 }
 
 }  // namespace platform

@@ -9,7 +9,7 @@
 namespace platform {
 
 std::vector<RouteListEntry> RouteList::routes() const {
-  return link_.sinks().routes();
+  return link_.devices().routes();
 }
 
 void RouteList::choose(const std::string& sinkName, const std::string& port,

@@ -15,7 +15,7 @@ struct RouteListPort {
   bool operator==(const RouteListPort&) const = default;
 };
 
-// One output of the sound server: a sink with its ports.
+// One device of the sound server with its ports: a sink (an output), or a source (an input).
 struct RouteListEntry {
   std::string name;         // the sink's name on the server, stable across restarts
   std::string description;  // the person's name for the device

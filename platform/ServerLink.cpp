@@ -4,9 +4,9 @@
 
 namespace platform {
 
-ServerLink::ServerLink(std::string address, pulse::SinkDirectory::Objects objects)
+ServerLink::ServerLink(std::string address, pulse::DeviceDirectory::Objects objects)
     : server_(std::move(address)),
-      sinks_(objects),
+      devices_(objects),
       volumeSetter_(server_),
       permissions_(server_, "the sound server link closed before the server answered"),
       outputSwitches_(server_, "the sound server link closed before the server answered") {}
@@ -16,7 +16,7 @@ ServerLink::~ServerLink() {
 }
 
 void ServerLink::start() {
-  server_.start({&sinks_, &volumeSetter_, &permissions_, &outputSwitches_});
+  server_.start({&devices_, &volumeSetter_, &permissions_, &outputSwitches_});
 }
 
 }  // namespace platform

@@ -3,18 +3,18 @@
 #include <string>
 
 #include "platform/pulse/Connection.h"
-#include "platform/pulse/SinkDirectory.h"
+#include "platform/pulse/DeviceDirectory.h"
 #include "platform/pulse/TaskDesk.h"
 #include "platform/pulse/VolumeSetter.h"
 
 namespace platform {
 
 // The application's one link to the sound server and the clients that share it: one thread,
-// one context, one subscription, one follower of the sinks. The facades reach the server
+// one context, one subscription, one follower of the devices. The facades reach the server
 // through it.
 class ServerLink {
  public:
-  ServerLink(std::string address, pulse::SinkDirectory::Objects objects);
+  ServerLink(std::string address, pulse::DeviceDirectory::Objects objects);
   // Stops the link's thread, so no client hears from it while they go.
   ~ServerLink();
   ServerLink(const ServerLink&) = delete;
@@ -23,14 +23,14 @@ class ServerLink {
   // Starts talking to the server; the clients' owners must exist by then.
   void start();
 
-  const pulse::SinkDirectory& sinks() const { return sinks_; }
+  const pulse::DeviceDirectory& devices() const { return devices_; }
   pulse::VolumeSetter& volumeSetter() { return volumeSetter_; }
   pulse::TaskDesk& permissions() { return permissions_; }
   pulse::TaskDesk& outputSwitches() { return outputSwitches_; }
 
  private:
   pulse::Connection server_;
-  pulse::SinkDirectory sinks_;
+  pulse::DeviceDirectory devices_;
   pulse::VolumeSetter volumeSetter_;
   pulse::TaskDesk permissions_;
   pulse::TaskDesk outputSwitches_;

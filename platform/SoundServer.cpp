@@ -18,10 +18,12 @@ SoundServer& SoundServer::shared() {
 // The link starts only once the facades, the objects of its notifications, exist.
 SoundServer::SoundServer(std::string address)
     : link_(std::make_unique<ServerLink>(
-          std::move(address), pulse::SinkDirectory::Objects{&session_, &volume_, &routes_})),
+          std::move(address),
+          pulse::DeviceDirectory::Objects{&session_, &volume_, &routes_, &inputs_})),
       session_(*link_),
       volume_(*link_),
-      routes_(*link_) {
+      routes_(*link_),
+      inputs_(*link_) {
   link_->start();
 }
 

@@ -5,7 +5,7 @@
 namespace platform {
 
 float SystemVolume::volume() const {
-  return link_.sinks().volume();
+  return link_.devices().volume();
 }
 
 void SystemVolume::setVolume(float fraction) {

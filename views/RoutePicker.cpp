@@ -10,8 +10,7 @@
 namespace views {
 namespace {
 
-constexpr int kSinkRole = Qt::UserRole;
-constexpr int kPortRole = Qt::UserRole + 1;
+constexpr int kChoiceRole = Qt::UserRole;
 
 std::vector<const platform::RouteListPort*> availablePorts(const platform::RouteListEntry& route) {
   std::vector<const platform::RouteListPort*> ports;
@@ -21,28 +20,42 @@ std::vector<const platform::RouteListPort*> availablePorts(const platform::Route
   return ports;
 }
 
+RoutePicker::Catalogue outputsOf(platform::RouteList& routes) {
+  return {
+      RoutePicker::tr("Output"),
+      RoutePicker::tr("Outputs"),
+      RoutePicker::tr("No outputs found"),
+      std::string(platform::RouteList::kRoutesChangedNotification),
+      &routes,
+      [&routes] { return RoutePicker::choices(routes); },
+      [&routes](const RoutePicker::Choice& choice) { routes.choose(choice.device, choice.port); }};
+}
+
 }  // namespace
 
-RoutePicker::RoutePicker(platform::RouteList& routes, QWidget* parent)
-    : QDialog(parent), routes_(routes), list_(new QListWidget(this)) {
-  setWindowTitle(tr("Output"));
+RoutePicker::RoutePicker(Catalogue catalogue, QWidget* parent)
+    : QDialog(parent), catalogue_(std::move(catalogue)), list_(new QListWidget(this)) {
+  setWindowTitle(catalogue_.title);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
-  list_->setAccessibleName(tr("Outputs"));
+  list_->setAccessibleName(catalogue_.listName);
   connect(list_, &QListWidget::itemActivated, this, &RoutePicker::choose);
   connect(list_, &QListWidget::itemClicked, this, &RoutePicker::choose);
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(list_);
   layout->addWidget(buttons);
-  // The list's observers run on its own thread; the widgets are touched on ours.
+  // The list's observers may run on another thread; the widgets are touched on ours.
   foundation::NotificationCenter::defaultCenter().addObserver(
-      std::string(platform::RouteList::kRoutesChangedNotification), this,
+      catalogue_.changeNotification, this,
       [this](const foundation::Notification&) {
-        QMetaObject::invokeMethod(this, &RoutePicker::showRoutes, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, &RoutePicker::showChoices, Qt::QueuedConnection);
       },
-      &routes_);
-  showRoutes();
+      catalogue_.notifier);
+  showChoices();
 }
+
+RoutePicker::RoutePicker(platform::RouteList& routes, QWidget* parent)
+    : RoutePicker(outputsOf(routes), parent) {}
 
 RoutePicker::~RoutePicker() {
   foundation::NotificationCenter::defaultCenter().removeObserver(this);
@@ -74,23 +87,32 @@ QString RoutePicker::currentTitle(const platform::RouteList& routes) {
   return {};
 }
 
-void RoutePicker::showRoutes() {
+std::vector<RoutePicker::Choice> RoutePicker::inputChoices(
+    const std::vector<platform::RouteListEntry>& inputs, const std::string& inUse) {
+  std::vector<Choice> found;
+  for (const auto& input : inputs)
+    found.push_back(
+        {QString::fromStdString(input.description), input.name, {}, input.name == inUse});
+  return found;
+}
+
+void RoutePicker::showChoices() {
   list_->clear();
-  for (const Choice& choice : choices(routes_)) {
-    auto* item = new QListWidgetItem(choice.title, list_);
-    item->setData(kSinkRole, QString::fromStdString(choice.sinkName));
-    item->setData(kPortRole, QString::fromStdString(choice.port));
-    item->setSelected(choice.current);
+  shown_ = catalogue_.choices();
+  for (std::size_t index = 0; index < shown_.size(); ++index) {
+    auto* item = new QListWidgetItem(shown_[index].title, list_);
+    item->setData(kChoiceRole, static_cast<qulonglong>(index));
+    item->setSelected(shown_[index].current);
   }
   if (list_->count() == 0)
-    new QListWidgetItem(tr("No outputs found"), list_);
+    new QListWidgetItem(catalogue_.emptyText, list_);
 }
 
 void RoutePicker::choose(const QListWidgetItem* item) {
-  const QString sink = item->data(kSinkRole).toString();
-  if (sink.isEmpty())
+  const QVariant index = item->data(kChoiceRole);
+  if (!index.isValid())
     return;
-  routes_.choose(sink.toStdString(), item->data(kPortRole).toString().toStdString());
+  catalogue_.choose(shown_.at(index.toULongLong()));
   accept();
 }
 

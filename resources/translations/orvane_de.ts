@@ -80,6 +80,21 @@
         <source>Hold Talk, or the space bar, while you speak.</source>
         <translation>Halten Sie „Sprechen“ oder die Leertaste, während Sie sprechen.</translation>
     </message>
+    <message>
+        <location filename="../OrvaneVC.ui"/>
+        <source>Microphone</source>
+        <translation>Mikrofon</translation>
+    </message>
+    <message>
+        <location filename="../OrvaneVC.ui"/>
+        <source>Choose the microphone</source>
+        <translation>Mikrofon wählen</translation>
+    </message>
+    <message>
+        <location filename="../OrvaneVC.ui"/>
+        <source>Mic</source>
+        <translation>Mikro</translation>
+    </message>
 </context>
 <context>
     <name>app::OrvaneVC</name>
@@ -144,6 +159,33 @@
         <location filename="../../app/OrvaneVC.cpp" line="465"/>
         <source>Start tone off</source>
         <translation>Gong aus</translation>
+    </message>
+    <message>
+        <location filename="../../app/OrvaneVC.cpp"/>
+        <source>Microphone</source>
+        <translation>Mikrofon</translation>
+    </message>
+    <message>
+        <location filename="../../app/OrvaneVC.cpp"/>
+        <source>Microphones</source>
+        <translation>Mikrofone</translation>
+    </message>
+    <message>
+        <location filename="../../app/OrvaneVC.cpp"/>
+        <source>No microphones found</source>
+        <translation>Keine Mikrofone gefunden</translation>
+    </message>
+    <message>
+        <location filename="../../app/OrvaneVC.cpp"/>
+        <source>Microphone Unavailable</source>
+        <extracomment>Alert title when the chosen microphone is unplugged or removed</extracomment>
+        <translation>Mikrofon nicht verfügbar</translation>
+    </message>
+    <message>
+        <location filename="../../app/OrvaneVC.cpp"/>
+        <source>&quot;%1&quot; is no longer available. Orvane records from the default microphone until it returns.</source>
+        <extracomment>Alert message when the chosen microphone goes away; %1 is its name</extracomment>
+        <translation>„%1“ ist nicht mehr verfügbar. Orvane nimmt mit dem Standardmikrofon auf, bis es zurück ist.</translation>
     </message>
 </context>
 <context>

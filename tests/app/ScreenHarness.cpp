@@ -17,21 +17,23 @@ MainQueueOnEventLoop::~MainQueueOnEventLoop() {
   foundation::DispatchQueue::installMainExecutor(nullptr);
 }
 
-audio::OrvaneEngineConfiguration ScreenHarness::testDevices(
-    SoundServer& server, const std::filesystem::path& documents) {
-  audio::OrvaneEngineConfiguration devices;
-  devices.documentsDirectory = documents;
-  devices.startTonePath = ORVANE_START_TONE;
-  devices.sourceDescription = "audiotestsrc is-live=true wave=sine freq=440 volume=0.5";
-  devices.sinkDescription = "fakesink sync=true";
-  devices.session = &server.session();
-  return devices;
+audio::OrvaneEngineConfiguration ScreenHarness::testDevices(SoundServer& server,
+                                                            const std::filesystem::path& documents,
+                                                            const EngineDevices& devices) {
+  audio::OrvaneEngineConfiguration configuration;
+  configuration.documentsDirectory = documents;
+  configuration.startTonePath = ORVANE_START_TONE;
+  configuration.sourceDescription = devices.source;
+  configuration.sinkDescription = devices.sink;
+  configuration.session = &server.session();
+  return configuration;
 }
 
-ScreenHarness::ScreenHarness(SoundServer& server, bool demoMode, AwaitEngine awaitEngine) {
+ScreenHarness::ScreenHarness(SoundServer& server, bool demoMode, AwaitEngine awaitEngine,
+                             EngineDevices devices) {
   OrvaneServices services =
-      OrvaneServices::of(server, [devices = testDevices(server, documents_.path())] {
-        return std::make_shared<audio::OrvaneEngine>(devices);
+      OrvaneServices::of(server, [configuration = testDevices(server, documents_.path(), devices)] {
+        return std::make_shared<audio::OrvaneEngine>(configuration);
       });
   screen_ = std::make_unique<OrvaneVC>(services, nullptr, demoMode);
   screen_->resize(420, 760);

@@ -37,20 +37,27 @@ class MainQueueOnEventLoop {
   ~MainQueueOnEventLoop();
 };
 
+// The engine's capture source and output, as launch lines.
+struct EngineDevices {
+  std::string source = "audiotestsrc is-live=true wave=sine freq=440 volume=0.5";
+  std::string sink = "fakesink sync=true";
+};
+
 // The main screen, shown at its designed size, with an engine that records a live 440 Hz tone
-// and plays into a fake sink.
+// and plays into a fake sink, unless given other devices.
 class ScreenHarness {
  public:
   enum class AwaitEngine { Yes, No };
 
   // Returns once the engine has arrived, unless told not to wait for it.
   explicit ScreenHarness(SoundServer& server, bool demoMode = false,
-                         AwaitEngine awaitEngine = AwaitEngine::Yes);
+                         AwaitEngine awaitEngine = AwaitEngine::Yes, EngineDevices devices = {});
   ~ScreenHarness();
 
   // The engine's devices: the live tone and the fake sink, with takes kept in `documents`.
   static audio::OrvaneEngineConfiguration testDevices(SoundServer& server,
-                                                      const std::filesystem::path& documents);
+                                                      const std::filesystem::path& documents,
+                                                      const EngineDevices& devices = {});
 
   OrvaneVC& screen() { return *screen_; }
   audio::OrvaneEngine& engine() { return *screen_->orvane(); }

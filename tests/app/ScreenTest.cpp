@@ -118,6 +118,7 @@ TEST_F(ScreenTest, EveryControlIsNamedAndTranslated) {
   }
   EXPECT_EQ(harness.button("talkButton").text(), "Sprechen");
   EXPECT_EQ(harness.button("routeButton").accessibleName(), "Ausgabe");
+  EXPECT_EQ(harness.button("microphoneButton").accessibleName(), "Mikrofon");
   EXPECT_EQ(harness.button("effectButton").accessibleDescription(), "Normale Stimme");
   EXPECT_EQ(harness.screen().masterVolumeSlider()->accessibleName(), "Lautstärke");
   QCoreApplication::removeTranslator(&german);
@@ -128,13 +129,15 @@ TEST_F(ScreenTest, ANewWindowSizeRebuildsTheVolumeViewAndTheWaveformFrames) {
   OrvaneVC& screen = harness.screen();
   auto& wave = harness.outlet<views::OndulaWaveformView>("waveFormView");
   EXPECT_EQ(*screen.waveViewFrame(), QRect(0, 40, 380, 160));
-  EXPECT_EQ(*screen.hiddenWaveViewFrame(), QRect(189, 40, 2, 160));
   EXPECT_EQ(*screen.routeLabelFrame(), QRect(0, 0, 380, 40));
-  EXPECT_TRUE(eventuallyShown([&] { return wave.isHidden(); })) << "set-up ends hidden";
+  // Set-up ends at rest: the waveform small in the name's strip, still shown, the name below.
+  EXPECT_TRUE(eventuallyShown([&] { return wave.geometry() == QRect(0, 0, 380, 40); }));
+  EXPECT_TRUE(wave.isVisible());
+  EXPECT_EQ(harness.outlet<QLabel>("routeLabel").geometry(), QRect(0, 40, 380, 160));
 
   screen.resize(600, 800);
   ASSERT_TRUE(eventuallyShown([&] { return screen.waveViewFrame()->width() == 560; }));
-  EXPECT_EQ(*screen.hiddenWaveViewFrame(), QRect(279, 40, 2, 160));
+  EXPECT_EQ(*screen.restingWaveViewFrame(), QRect(0, 0, 560, 40));
   EXPECT_EQ(*screen.routeLabelFrame(), QRect(0, 0, 560, 40));
   auto volumeViews = harness.outlet<QWidget>("volumeView")
                          .findChildren<views::VolumeView*>(Qt::FindDirectChildrenOnly);

@@ -11,8 +11,8 @@ namespace e2e::screen {
 inline constexpr int kWidth = 420;
 inline constexpr int kHeight = 760;
 
-inline constexpr WindowPoint kEffectButton{162, 332};  // "Voice": normal, monster, chipmunk
-inline constexpr WindowPoint kToneButton{257, 332};    // the start chime, on or off
+inline constexpr WindowPoint kEffectButton{132, 332};  // "Voice": normal, monster, chipmunk
+inline constexpr WindowPoint kToneButton{211, 332};    // the start chime, on or off
 inline constexpr WindowPoint kTalkButton{210, 556};    // the round button's centre
 inline constexpr WindowPoint kVolumeSlider{300, 261};  // on the track, left of a full volume's knob
 inline constexpr WindowPoint kBackground{30, 450};     // the screen itself, clear of every control

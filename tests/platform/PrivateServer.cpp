@@ -60,6 +60,7 @@ std::string pactl(const std::string& arguments) {
 
 void PrivateServerTest::SetUp() {
   defaultSink_ = pactl("get-default-sink");
+  defaultSource_ = pactl("get-default-source");
   channelVolumes_ = channelVolumes(defaultSink_);
   mute_ = pactl("get-sink-mute " + defaultSink_).find("yes") != std::string::npos ? "1" : "0";
 }
@@ -74,15 +75,19 @@ void PrivateServerTest::TearDown() {
   pactl("set-sink-mute " + defaultSink_ + ' ' + mute_);
   for (auto module = modules_.rbegin(); module != modules_.rend(); ++module)
     pactl("unload-module " + *module);
+  pactl("set-default-source " + defaultSource_);
+}
+
+std::string PrivateServerTest::loadModule(const std::string& arguments) {
+  const std::string module = pactl("load-module " + arguments);
+  modules_.push_back(module);
+  return module;
 }
 
 std::string PrivateServerTest::loadNullSink(const std::string& name,
                                             const std::string& description) {
-  const std::string module =
-      pactl("load-module module-null-sink sink_name=" + name +
-            R"( "sink_properties='device.description=\")" + description + R"(\"'")");
-  modules_.push_back(module);
-  return module;
+  return loadModule("module-null-sink sink_name=" + name +
+                    R"( "sink_properties='device.description=\")" + description + R"(\"'")");
 }
 
 void PrivateServerTest::unloadModule(const std::string& module) {

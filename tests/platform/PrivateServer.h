@@ -16,13 +16,15 @@ std::string run(const std::string& command);
 std::string pactl(const std::string& arguments);
 
 // The server is shared by every test of the run: this puts back, after each test, the default
-// sink with its volume and mute as they were, unloads the sinks the test loaded and ends the
-// streams it started.
+// sink with its volume and mute and the default source as they were, unloads the modules the
+// test loaded and ends the streams it started.
 class PrivateServerTest : public ::testing::Test {
  protected:
   void SetUp() override;
   void TearDown() override;
 
+  // Loads a module with pactl's arguments; returns it for unloadModule().
+  std::string loadModule(const std::string& arguments);
   // A null sink with a person's name; returns its module for unloadModule().
   std::string loadNullSink(const std::string& name, const std::string& description);
   void unloadModule(const std::string& module);
@@ -35,6 +37,7 @@ class PrivateServerTest : public ::testing::Test {
 
  private:
   std::string defaultSink_;
+  std::string defaultSource_;
   std::string channelVolumes_;
   std::string mute_;
   std::vector<std::string> modules_;

@@ -74,6 +74,7 @@ class ObservedServer {
   AudioSession& session() { return server_.session(); }
   SystemVolume& volume() { return server_.volume(); }
   RouteList& routes() { return server_.routes(); }
+  InputList& inputs() { return server_.inputs(); }
   std::string outputName() {
     const auto outputs = session().currentRoute().outputs;
     return outputs.empty() ? "" : outputs.front().portName;
@@ -86,6 +87,8 @@ class ObservedServer {
                                [this] { return volume().volume(); }};
   Changes<std::vector<RouteListEntry>> listChanges{RouteList::kRoutesChangedNotification,
                                                    [this] { return routes().routes(); }};
+  Changes<std::vector<RouteListEntry>> inputChanges{InputList::kInputsChangedNotification,
+                                                    [this] { return inputs().inputs(); }};
 
  private:
   // Made after the observers, so they see its first answer.
@@ -152,6 +155,32 @@ TEST_F(SoundServerTest, ItsFirstAnswerArrivesAsOneChangeOfEach) {
   EXPECT_EQ(find(server.routes().routes(), sink),
             (RouteListEntry{sink, "Orvane Test Output", "Orvane Test Output", {}, "", true}));
   EXPECT_EQ(server.session().currentRoute().outputs.at(0).uid, sink);
+  // The output's monitor is a source too, but no microphone.
+  EXPECT_EQ(server.inputChanges.count(), 1u);
+  EXPECT_EQ(server.inputs().inputs(),
+            (std::vector<RouteListEntry>{
+                {"orvane_test_input", "Orvane Test Input", "Orvane Test Input", {}, "", true}}));
+}
+
+TEST_F(SoundServerTest, FollowsTheSourcesThatComeAndGoLeavingMonitorsOut) {
+  ObservedServer server;
+  ASSERT_TRUE(eventually([&] { return server.inputChanges.count() == 1; }));
+  const std::string microphone =
+      loadModule("module-null-source source_name=orvane_desk_mic description=Desk_Microphone");
+  loadNullSink(kSecond, kSecondDescription);
+  EXPECT_TRUE(eventually([&] { return server.inputs().inputs().size() == 2; }));
+  EXPECT_EQ(
+      find(server.inputs().inputs(), "orvane_desk_mic"),
+      (RouteListEntry{"orvane_desk_mic", "Desk_Microphone", "Desk_Microphone", {}, "", false}));
+
+  pactl("set-default-source orvane_desk_mic");
+  EXPECT_TRUE(eventually([&] { return isDefault(server.inputChanges.last(), "orvane_desk_mic"); }));
+  unloadModule(microphone);
+  EXPECT_TRUE(eventually([&] {
+    const auto inputs = server.inputs().inputs();
+    return inputs.size() == 1 && inputs.front().name == "orvane_test_input";
+  }));
+  EXPECT_EQ(server.listChanges.count(), 2u) << "a source is no change of the outputs";
 }
 
 TEST_F(SoundServerTest, FollowsTheDefaultSinkAndNothingButItsChanges) {
