@@ -6,7 +6,6 @@
 #include "audio/AudioAsset.h"
 #include "audio/AudioFile.h"
 #include "audio/AudioPlayerNode.h"
-#include "audio/AudioUnitTimePitch.h"
 #include "audio/MediaDiscoverer.h"
 #include "foundation/ApplicationPaths.h"
 #include "foundation/Console.h"
@@ -47,6 +46,7 @@ OrvaneEngine::OrvaneEngine(OrvaneEngineConfiguration configuration)
       startTonePath_(configuration.startTonePath),
       engine_(configuration.sinkDescription, session_,
               [this](const std::string&) { audioQueue().async([this] { stopFailedPlayback(); }); }),
+      timePitchEngine_(AudioUnitTimePitch::chooseEngine()),
       recorder_(recordingURL_, RecorderSettings{}, configuration.sourceDescription, session_) {
   recorder_.prepareToRecord();
   if (startTonePath_.empty()) {
@@ -152,7 +152,7 @@ void OrvaneEngine::playOnAudioQueue(const std::shared_ptr<AudioFile>& voice, boo
   engine_.stop();
   engine_.reset();
   auto player = std::make_shared<AudioPlayerNode>();
-  auto timePitch = std::make_shared<AudioUnitTimePitch>();
+  auto timePitch = std::make_shared<AudioUnitTimePitch>(timePitchEngine_);
   engine_.attach(player);
   engine_.attach(timePitch);
   engine_.connect(*player, *timePitch, player->outputFormat(0));

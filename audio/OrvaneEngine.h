@@ -9,6 +9,7 @@
 
 #include "audio/AudioEngine.h"
 #include "audio/AudioRecorder.h"
+#include "audio/AudioUnitTimePitch.h"
 #include "audio/PlaybackEffects.h"
 
 namespace platform {
@@ -93,6 +94,7 @@ class OrvaneEngine {
   std::filesystem::path playbackURL_;
   std::filesystem::path startTonePath_;
   AudioEngine engine_;
+  TimePitchEngine timePitchEngine_;
   AudioRecorder recorder_;
   std::atomic<bool> readyForPlayback_{false};
   std::atomic<float> audioPeak_{0.0f};
