@@ -8,6 +8,10 @@
 namespace audio {
 namespace {
 
+double ratioOf(float cents) {
+  return std::exp2(cents / 1200.0);
+}
+
 const char* factoryOf(TimePitchEngine engine) {
   return engine == TimePitchEngine::RubberBand ? kRubberBandPitchFactory : "pitch";
 }
@@ -32,11 +36,21 @@ TimePitchEngine AudioUnitTimePitch::chooseEngine() {
   return TimePitchEngine::SoundTouch;
 }
 
+void AudioUnitTimePitch::prepare(TimePitchEngine engine, float cents) {
+#if ORVANE_HAVE_RUBBERBAND
+  // As a float, as the element's property holds it: the work is kept per exact ratio.
+  if (engine == TimePitchEngine::RubberBand)
+    prepareRubberBandPitch(AudioFormat{}.sampleRate, float(ratioOf(cents)));
+#else
+  (void)engine, (void)cents;  // SoundTouch has nothing to prepare
+#endif
+}
+
 AudioUnitTimePitch::AudioUnitTimePitch(TimePitchEngine engine)
     : AudioNode(makeElement(factoryOf(engine))) {}
 
 void AudioUnitTimePitch::setPitch(float cents) {
-  g_object_set(element(), "pitch", static_cast<float>(std::exp2(cents / 1200.0)), nullptr);
+  g_object_set(element(), "pitch", static_cast<float>(ratioOf(cents)), nullptr);
 }
 
 }  // namespace audio

@@ -18,6 +18,10 @@ class AudioUnitTimePitch : public AudioNode {
   // The best engine at hand, said on the console; throws, naming the package, when there is none.
   static TimePitchEngine chooseEngine();
 
+  // Does the one-time work of a shift by `cents` now, so the first announcement with it does
+  // not wait for it (Rubber Band measures its delay once per ratio).
+  static void prepare(TimePitchEngine engine, float cents);
+
   explicit AudioUnitTimePitch(TimePitchEngine engine);
 
   // In cents: 1200 is an octave up, -600 half an octave down.

@@ -52,9 +52,13 @@ OrvaneEngine::OrvaneEngine(OrvaneEngineConfiguration configuration)
   if (startTonePath_.empty()) {
     Console::line("Start tone \"Beep1.m4a\" is not installed; announcements play without it");
   }
-  // Loads the decoders now, so the first release does not wait for them.
-  decoderWarmUp_ =
-      std::async(std::launch::async, [tone = startTonePath_] { MediaDiscoverer::discover(tone); });
+  // Loads the decoders and prepares the pitch shifts now, so the first release does not wait.
+  warmUp_ = std::async(std::launch::async, [tone = startTonePath_, timePitch = timePitchEngine_] {
+    MediaDiscoverer::discover(tone);
+    for (auto effect : {PlaybackEffects::NormalVoice, PlaybackEffects::MonsterVoice,
+                        PlaybackEffects::ChipmunkVoice})
+      AudioUnitTimePitch::prepare(timePitch, *pitchForEffect(effect));
+  });
 }
 
 OrvaneEngine::~OrvaneEngine() {
@@ -63,7 +67,7 @@ OrvaneEngine::~OrvaneEngine() {
   // the exit either.
   audioQueue().sync([this] { engine_.stop(); });
   audioQueue().sync([] {});
-  decoderWarmUp_.wait();
+  warmUp_.wait();
 }
 
 foundation::DispatchQueue& OrvaneEngine::audioQueue() {

@@ -98,7 +98,7 @@ class OrvaneEngine {
   AudioRecorder recorder_;
   std::atomic<bool> readyForPlayback_{false};
   std::atomic<float> audioPeak_{0.0f};
-  std::future<void> decoderWarmUp_;
+  std::future<void> warmUp_;
 };
 
 }  // namespace audio

@@ -98,6 +98,10 @@ PitchStretcher::PitchStretcher(int sampleRate, int channels)
 
 PitchStretcher::~PitchStretcher() = default;
 
+void PitchStretcher::prepare(int sampleRate, double pitchScale) {
+  StartDelays::of(sampleRate, pitchScale);
+}
+
 void PitchStretcher::setPitchScale(double scale) {
   stretcher_->setPitchScale(scale);
   pitchScale_ = scale;

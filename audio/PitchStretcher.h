@@ -17,6 +17,9 @@ namespace audio {
 class PitchStretcher {
  public:
   PitchStretcher(int sampleRate, int channels);
+  // Measures now where the output of a shift by `pitchScale` lines up, which is otherwise done
+  // (once per rate and ratio, about 10 ms of CPU) at the first frames of such a shift.
+  static void prepare(int sampleRate, double pitchScale);
   ~PitchStretcher();
   PitchStretcher(const PitchStretcher&) = delete;
   PitchStretcher& operator=(const PitchStretcher&) = delete;

@@ -62,6 +62,8 @@ void applySettings(RubberBandPitch* element) {
   GST_OBJECT_LOCK(element);
   const Settings settings = element->settings;
   GST_OBJECT_UNLOCK(element);
+  if (!element->stream)  // stopped and started again on the same caps
+    restartStream(element);
   StreamState& stream = *element->stream;
   if (stream.stretcher && stream.applied == settings)
     return;
@@ -254,6 +256,10 @@ void rubber_band_pitch_class_init(RubberBandPitchClass* klass) {
 void registerRubberBandPitch() {
   gst_element_register(nullptr, kRubberBandPitchFactory, GST_RANK_NONE,
                        rubber_band_pitch_get_type());
+}
+
+void prepareRubberBandPitch(int sampleRate, double pitch) {
+  PitchStretcher::prepare(sampleRate, pitch);
 }
 
 }  // namespace audio

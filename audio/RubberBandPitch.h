@@ -12,4 +12,8 @@ inline constexpr const char* kRubberBandPitchFactory = "rubberbandpitch";
 // After gst_init; registering again is harmless.
 void registerRubberBandPitch();
 
+// Does the one-time work of a shift by `pitch` (a frequency ratio) at `sampleRate` now, so the
+// first stream with it does not wait.
+void prepareRubberBandPitch(int sampleRate, double pitch);
+
 }  // namespace audio
