@@ -180,7 +180,7 @@ gboolean stop(GstBaseTransform* transform) {
   return TRUE;
 }
 
-void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
+void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* param) {
   RubberBandPitch* element = self(object);
   GST_OBJECT_LOCK(element);
   if (id == kPropertyPitch)
@@ -188,11 +188,11 @@ void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* spe
   else if (id == kPropertyPreserveFormants)
     element->settings.preserveFormants = g_value_get_boolean(value);
   else
-    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
   GST_OBJECT_UNLOCK(element);
 }
 
-void getProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
+void getProperty(GObject* object, guint id, GValue* value, GParamSpec* param) {
   RubberBandPitch* element = self(object);
   GST_OBJECT_LOCK(element);
   if (id == kPropertyPitch)
@@ -200,7 +200,7 @@ void getProperty(GObject* object, guint id, GValue* value, GParamSpec* spec) {
   else if (id == kPropertyPreserveFormants)
     g_value_set_boolean(value, element->settings.preserveFormants);
   else
-    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec);
+    G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
   GST_OBJECT_UNLOCK(element);
 }
 
