@@ -18,10 +18,10 @@ GstPad* pad(AudioNode& node, const char* name) {
 AudioEngine::AudioEngine(const std::string& sinkDescription, platform::AudioSession& session,
                          FailureHandler onFailure)
     : session_(session), onFailure_(std::move(onFailure)) {
-  // What the player and time-pitch nodes are made of, found missing now rather than at the
-  // first release.
+  // What the player node is made of, found missing now rather than at the first release; the
+  // time-pitch unit checks its own.
   requireElements({"concat", "capsfilter", "filesrc", "decodebin", "qtdemux", "avdec_aac",
-                   "audioconvert", "audioresample", "pitch"});
+                   "audioconvert", "audioresample"});
   pipeline_.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new("player"))));
   bus_ = std::make_unique<PipelineBus>(pipeline_.get(), "Playback", PipelineBus::LevelHandler{},
                                        [this](const std::string& reason) { failed(reason); });

@@ -6,6 +6,10 @@
 #include <string_view>
 #include <utility>
 
+#if ORVANE_HAVE_RUBBERBAND
+#include "audio/RubberBandPitch.h"
+#endif
+
 namespace audio {
 namespace {
 
@@ -35,7 +39,12 @@ std::string_view packageOf(std::string_view factory) {
 
 void ensureGStreamer() {
   static std::once_flag once;
-  std::call_once(once, [] { gst_init(nullptr, nullptr); });
+  std::call_once(once, [] {
+    gst_init(nullptr, nullptr);
+#if ORVANE_HAVE_RUBBERBAND
+    registerRubberBandPitch();
+#endif
+  });
 }
 
 GstElement* makeBinFromDescription(const std::string& description, std::string& error) {

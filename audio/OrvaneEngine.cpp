@@ -6,7 +6,6 @@
 #include "audio/AudioAsset.h"
 #include "audio/AudioFile.h"
 #include "audio/AudioPlayerNode.h"
-#include "audio/AudioUnitTimePitch.h"
 #include "audio/MediaDiscoverer.h"
 #include "foundation/ApplicationPaths.h"
 #include "foundation/Console.h"
@@ -51,14 +50,19 @@ OrvaneEngine::OrvaneEngine(OrvaneEngineConfiguration configuration)
       startTonePath_(configuration.startTonePath),
       engine_(configuration.sinkDescription, session_,
               [this](const std::string&) { audioQueue().async([this] { stopFailedPlayback(); }); }),
+      timePitchEngine_(AudioUnitTimePitch::chooseEngine()),
       recorder_(recordingURL_, RecorderSettings{}, configuration.sourceDescription, session_) {
   recorder_.prepareToRecord();
   if (startTonePath_.empty()) {
     Console::line("Start tone \"Beep1.m4a\" is not installed; announcements play without it");
   }
-  // Loads the decoders now, so the first release does not wait for them.
-  decoderWarmUp_ =
-      std::async(std::launch::async, [tone = startTonePath_] { MediaDiscoverer::discover(tone); });
+  // Loads the decoders and prepares the pitch shifts now, so the first release does not wait.
+  warmUp_ = std::async(std::launch::async, [tone = startTonePath_, timePitch = timePitchEngine_] {
+    MediaDiscoverer::discover(tone);
+    for (auto effect : {PlaybackEffects::NormalVoice, PlaybackEffects::MonsterVoice,
+                        PlaybackEffects::ChipmunkVoice})
+      AudioUnitTimePitch::prepare(timePitch, *pitchForEffect(effect));
+  });
 }
 
 OrvaneEngine::~OrvaneEngine() {
@@ -67,7 +71,7 @@ OrvaneEngine::~OrvaneEngine() {
   // the exit either.
   audioQueue().sync([this] { engine_.stop(); });
   audioQueue().sync([] {});
-  decoderWarmUp_.wait();
+  warmUp_.wait();
 }
 
 foundation::DispatchQueue& OrvaneEngine::audioQueue() {
@@ -159,7 +163,7 @@ void OrvaneEngine::playOnAudioQueue(const std::shared_ptr<AudioFile>& voice, boo
   engine_.stop();
   engine_.reset();
   auto player = std::make_shared<AudioPlayerNode>();
-  auto timePitch = std::make_shared<AudioUnitTimePitch>();
+  auto timePitch = std::make_shared<AudioUnitTimePitch>(timePitchEngine_);
   engine_.attach(player);
   engine_.attach(timePitch);
   engine_.connect(*player, *timePitch, player->outputFormat(0));

@@ -9,6 +9,7 @@
 
 #include "audio/AudioEngine.h"
 #include "audio/AudioRecorder.h"
+#include "audio/AudioUnitTimePitch.h"
 #include "audio/PlaybackEffects.h"
 
 namespace platform {
@@ -95,10 +96,11 @@ class OrvaneEngine {
   std::filesystem::path playbackURL_;
   std::filesystem::path startTonePath_;
   AudioEngine engine_;
+  TimePitchEngine timePitchEngine_;
   AudioRecorder recorder_;
   std::atomic<bool> readyForPlayback_{false};
   std::atomic<float> audioPeak_{0.0f};
-  std::future<void> decoderWarmUp_;
+  std::future<void> warmUp_;
 };
 
 }  // namespace audio

@@ -1,8 +1,7 @@
-// Latency and cost figures of the announcement engine on the user's sound server (scripts/bench
-// runs it against a private one): how soon a press starts capturing, how soon a release is
-// heard, and how much audio the pitch shifter gets through per second of CPU.
+// Latency figures of the announcement engine on the user's sound server (scripts/bench
+// runs it against a private one): how soon a press starts capturing and how soon a release is
+// heard. The pitch shifter's cost is bench/time_pitch's.
 #include <gst/gst.h>
-#include <time.h>
 
 #include <algorithm>
 #include <chrono>
@@ -14,7 +13,6 @@
 #include <thread>
 #include <vector>
 
-#include "audio/AudioUnitTimePitch.h"
 #include "audio/OrvaneEngine.h"
 #include "tests/foundation/TemporaryDirectory.h"
 
@@ -132,54 +130,6 @@ void releaseToSound(const char* name, const std::string& source, int releases) {
   printFigure(name, latencies);
 }
 
-double processCpuSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-  return double(now.tv_sec) + double(now.tv_nsec) / 1e9;
-}
-
-// CPU seconds to push `seconds` of mono 44.1 kHz audio through the graph, with the pitch unit
-// shifting by `cents` or without one.
-double graphCpuSeconds(double seconds, std::optional<float> cents) {
-  constexpr int kFramesPerBuffer = 1024;
-  auto buffers = std::to_string(int(seconds * 44100 / kFramesPerBuffer));
-  GstElement* pipeline = gst_parse_launch(
-      ("audiotestsrc wave=sine num-buffers=" + buffers + " samplesperbuffer=1024 name=source ! " +
-       audio::AudioFormat{}.caps() + " ! identity name=unit ! fakesink name=sink sync=false")
-          .c_str(),
-      nullptr);
-  audio::AudioUnitTimePitch timePitch;
-  if (cents) {
-    timePitch.setPitch(*cents);
-    GstElement* source = gst_bin_get_by_name(GST_BIN(pipeline), "unit");
-    GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline), "sink");
-    gst_element_unlink(source, sink);
-    gst_bin_add(GST_BIN(pipeline), timePitch.element());
-    gst_element_link_many(source, timePitch.element(), sink, nullptr);
-    gst_object_unref(source);
-    gst_object_unref(sink);
-  }
-  double before = processCpuSeconds();
-  gst_element_set_state(pipeline, GST_STATE_PLAYING);
-  GstBus* bus = gst_element_get_bus(pipeline);
-  gst_message_unref(gst_bus_timed_pop_filtered(
-      bus, GST_CLOCK_TIME_NONE, GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
-  double spent = processCpuSeconds() - before;
-  gst_element_set_state(pipeline, GST_STATE_NULL);
-  gst_object_unref(bus);
-  gst_object_unref(pipeline);
-  return spent;
-}
-
-void pitchCost(double seconds) {
-  double baseline = graphCpuSeconds(seconds, std::nullopt);
-  for (float cents : {1.0f, -600.0f, 1200.0f}) {
-    double spent = graphCpuSeconds(seconds, cents) - baseline;
-    std::printf("pitch %+7.0f cents: %.0f s of audio in %.3f s of CPU  %6.0fx real time\n", cents,
-                seconds, spent, seconds / spent);
-  }
-}
-
 }  // namespace
 
 int main() {
@@ -190,5 +140,4 @@ int main() {
   pressToCapture("press-to-capture, sound server input", serverInput, 25);
   pressToCapture("press-to-capture, live test source", liveVoice, 25);
   releaseToSound("release-to-sound, 5 s take, sound server output", liveVoice, 8);
-  pitchCost(120);
 }

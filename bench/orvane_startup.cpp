@@ -12,7 +12,7 @@
 
 int main() try {
   constexpr int kStarts = 20;
-  e2e::DesktopSession desktop(e2e::speak("Startup."));
+  e2e::DesktopSession desktop(audio::testing::speak("Startup."));
   desktop.startOrvane();
   std::vector<double> milliseconds;
   for (int start = 0; start < kStarts; ++start) {

@@ -40,7 +40,7 @@ double xdotoolStartMilliseconds(const std::string& display) {
 }  // namespace
 
 int main() try {
-  e2e::DesktopSession desktop(e2e::speak("Attention please. The store closes in ten minutes."));
+  e2e::DesktopSession desktop(audio::testing::speak("Attention please. The store closes in ten minutes."));
   desktop.startOrvane();
   desktop.waitUntilTalkEnabled();
   desktop.pointer().click(e2e::screen::kToneButton);

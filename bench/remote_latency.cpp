@@ -75,7 +75,7 @@ std::vector<double> replaysToSound(e2e::DesktopSession& desktop) {
 }  // namespace
 
 int main() try {
-  e2e::DesktopSession desktop(e2e::speak("Attention please. The store closes in ten minutes."));
+  e2e::DesktopSession desktop(audio::testing::speak("Attention please. The store closes in ten minutes."));
   desktop.startOrvane();
   desktop.waitUntilTalkEnabled();
   expectDone(desktop.runRemote({"tone", "on"}));

@@ -12,44 +12,42 @@ using PlaybackTest = EngineFixture;
 constexpr double kVoiceHertz = 440;
 constexpr double kToneSeconds = 0.25;
 
-TEST_F(PlaybackTest, EachEffectShiftsTheVoiceByItsInterval) {
+// The chime goes through the time-pitch unit with the voice: whatever the unit holds back at the
+// start must not show as a late chime, nor as a pause before the voice.
+TEST_F(PlaybackTest, EachEffectShiftsTheVoiceAndTheStartToneLeadsItWithoutAGap) {
   auto engine = makeEngine();
+  engine->setStartToneOn(true);
   const std::pair<PlaybackEffects, double> effects[] = {
       {PlaybackEffects::NormalVoice, kVoiceHertz},
       {PlaybackEffects::MonsterVoice, kVoiceHertz / std::sqrt(2.0)},
       {PlaybackEffects::ChipmunkVoice, kVoiceHertz * 2}};
-  for (auto [effect, expected] : effects) {
+  for (auto [effect, voiceHertz] : effects) {
     stageRecording(sharedTake());
     engine->stopRecording();
     engine->setEffect(effect);
     Signal heard = playToOutput(*engine);
-    EXPECT_NEAR(dominantFrequency(heard.slice(0.3, 1.2)), expected, expected * 0.01)
+
+    // Encoder priming left in either file would show as a late start of the chime or the voice.
+    const std::size_t tenMilliseconds = heard.sampleRate / 100;
+    const auto toneEnd = std::size_t(kToneSeconds * heard.sampleRate);
+    EXPECT_LE(firstSampleAbove(heard, 0, 0.01f), tenMilliseconds)
+        << "the chime starts late, effect " << int(effect);
+    // The voice is a sine of peak 0.5; by the end of its quarter second the chime is far quieter.
+    const std::size_t voiceOnset = firstSampleAbove(heard, toneEnd * 3 / 4, 0.25f);
+    EXPECT_GE(voiceOnset, toneEnd - tenMilliseconds) << "effect " << int(effect);
+    EXPECT_LE(voiceOnset, toneEnd + tenMilliseconds)
+        << "a pause between chime and voice, effect " << int(effect);
+    EXPECT_GT(std::abs(dominantFrequency(heard.slice(0.0, 0.2), 100, 3000) - voiceHertz),
+              voiceHertz * 0.2)
+        << "the chime comes first, effect " << int(effect);
+    EXPECT_NEAR(dominantFrequency(heard.slice(0.4, 1.4)), voiceHertz, voiceHertz * 0.01)
         << "effect " << int(effect);
-    EXPECT_NEAR(heard.seconds(), 1.5, 0.25);
+    EXPECT_NEAR(heard.seconds(), kToneSeconds + 1.5, 0.25) << "effect " << int(effect);
   }
   EXPECT_EQ(notifications_.failures(), 0);
-}
-
-TEST_F(PlaybackTest, TheStartToneLeadsTheVoiceWithoutAGap) {
-  auto engine = makeEngine();
-  stageRecording(sharedTake());
-  engine->stopRecording();
-  engine->setStartToneOn(true);
-  Signal heard = playToOutput(*engine);
-
-  // Encoder priming left in either file would show as a late start of the chime or the voice.
-  const std::size_t tenMilliseconds = heard.sampleRate / 100;
-  const auto toneEnd = std::size_t(kToneSeconds * heard.sampleRate);
-  EXPECT_LE(firstSampleAbove(heard, 0, 0.01f), tenMilliseconds) << "the chime starts late";
-  // The voice is a sine of peak 0.5; by the end of its quarter second the chime is far quieter.
-  std::size_t voiceOnset = firstSampleAbove(heard, toneEnd * 3 / 4, 0.25f);
-  EXPECT_GE(voiceOnset, toneEnd - tenMilliseconds);
-  EXPECT_LE(voiceOnset, toneEnd + tenMilliseconds) << "a pause between chime and voice";
-  EXPECT_GT(dominantFrequency(heard.slice(0.0, 0.2)), 1000) << "the chime comes first";
-  EXPECT_NEAR(dominantFrequency(heard.slice(0.4, 1.4)), kVoiceHertz, 3);
-  EXPECT_NEAR(heard.seconds(), kToneSeconds + 1.5, 0.25);
 
   engine->setStartToneOn(false);
+  engine->setEffect(PlaybackEffects::NormalVoice);
   stageRecording(sharedTake());
   engine->stopRecording();
   EXPECT_NEAR(dominantFrequency(playToOutput(*engine).slice(0.0, 0.2)), kVoiceHertz, 3);

@@ -19,6 +19,7 @@ namespace e2e {
 namespace {
 
 using namespace std::chrono_literals;
+using audio::testing::speak;
 using tallix::jsonAt;
 using tallix::jsonText;
 using ::testing::Contains;

@@ -25,6 +25,7 @@ namespace {
 using namespace std::chrono_literals;
 using audio::testing::dominantFrequency;
 using audio::testing::medianPitch;
+using audio::testing::speak;
 using ::testing::AnyOf;
 using ::testing::DoubleNear;
 

@@ -17,6 +17,7 @@ namespace e2e {
 namespace {
 
 using namespace std::chrono_literals;
+using audio::testing::speak;
 using ::testing::HasSubstr;
 
 constexpr auto kSilenceAfterPlayback = 800ms;

@@ -4,9 +4,9 @@
 
 #include "SignalAnalysis.h"
 
-namespace e2e {
+namespace audio::testing {
 
 // `words` spoken by espeak-ng, as a microphone would hear them.
-audio::testing::Signal speak(const std::string& words);
+Signal speak(const std::string& words);
 
-}  // namespace e2e
+}  // namespace audio::testing
