@@ -178,22 +178,22 @@ TEST_F(ScreenTest, TheButtonsThatUseTheEngineWaitUntilItIsBuilt) {
     EXPECT_TRUE(screen.findChild<views::CircleButton*>(name)->isEnabled()) << name;
 }
 
-// As on a machine without the plugin that brings the pitch shifter.
+// As on a machine without the plugin that decodes the takes.
 TEST_F(ScreenTest, AnEngineThatCannotBeBuiltSaysWhatIsMissing) {
   audio::ensureGStreamer();
   GstRegistry* registry = gst_registry_get();
-  GstPluginFeature* pitch = gst_registry_lookup_feature(registry, "pitch");
-  ASSERT_TRUE(pitch);
-  gst_registry_remove_feature(registry, pitch);
+  GstPluginFeature* decoder = gst_registry_lookup_feature(registry, "avdec_aac");
+  ASSERT_TRUE(decoder);
+  gst_registry_remove_feature(registry, decoder);
   {
     ScreenHarness harness(server_, false, ScreenHarness::AwaitEngine::No);
     ASSERT_TRUE(eventuallyShown([&] { return !harness.alerts().empty(); }));
     EXPECT_EQ(harness.alerts().front()->windowTitle(), "Orvane Cannot Record");
     EXPECT_THAT(harness.alerts().front()->text().toStdString(),
-                ::testing::HasSubstr("\"pitch\" (gstreamer1.0-plugins-bad)"));
+                ::testing::HasSubstr("\"avdec_aac\" (gstreamer1.0-libav)"));
     EXPECT_FALSE(harness.button("talkButton").isEnabled());
   }
-  gst_registry_add_feature(registry, pitch);
+  gst_registry_add_feature(registry, decoder);
 }
 
 TEST_F(ScreenTest, TheProgressBarFillsOverThePlaybackAndStaysFull) {
