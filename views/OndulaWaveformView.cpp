@@ -53,7 +53,10 @@ void OndulaWaveformView::paintEvent(QPaintEvent* event) {
   // Filling with a clear colour would leave every pixel as it is.
   if (backgroundColor_.alpha() > 0)
     painter.fillRect(event->rect(), backgroundColor_);
-  stroker_.begin(size(), devicePixelRatio(), waveColor_);
+  // Drawn at the resolution of the device painted on, which render() may set apart from the
+  // screen's.
+  const QTransform& toDevice = painter.deviceTransform();
+  stroker_.begin(size(), std::hypot(toDevice.m11(), toDevice.m12()), waveColor_);
   traceShape();
   for (unsigned index = 0; index < numberOfWaves_; ++index)
     drawWave(index);
