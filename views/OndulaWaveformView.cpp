@@ -50,54 +50,47 @@ void OndulaWaveformView::updateWithLevel(double level) {
 // the bounds amounts to for a widget.
 void OndulaWaveformView::paintEvent(QPaintEvent* event) {
   QPainter painter(this);
-  painter.fillRect(event->rect(), backgroundColor_);
-  painter.setRenderHint(QPainter::Antialiasing);
+  // Filling with a clear colour would leave every pixel as it is.
+  if (backgroundColor_.alpha() > 0)
+    painter.fillRect(event->rect(), backgroundColor_);
+  // Drawn at the resolution of the device painted on, which render() may set apart from the
+  // screen's.
+  const QTransform& toDevice = painter.deviceTransform();
+  stroker_.begin(size(), std::hypot(toDevice.m11(), toDevice.m12()), waveColor_);
+  traceShape();
   for (unsigned index = 0; index < numberOfWaves_; ++index)
-    drawWave(painter, index);
+    drawWave(index);
+  stroker_.drawOnto(painter);
 }
 
-void OndulaWaveformView::drawWave(QPainter& painter, unsigned index) {
+// Flat ends, as a stroked path has by default in the drawing model the look was made in.
+void OndulaWaveformView::drawWave(unsigned index) {
   const double progress = 1.0 - static_cast<double>(index) / numberOfWaves_;
   // Late waves turn negative and are drawn upside down; that is part of the look.
   const double normedAmplitude = (1.5 * progress - 0.5) * amplitude_;
   const double lineWidth = index == 0 ? primaryWaveLineWidth_ : secondaryWaveLineWidth_;
-  // Flat ends and mitred corners, the defaults of the drawing model the look was made in.
-  painter.setPen(QPen(strokeColor(progress), lineWidth, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
-  traceWave(normedAmplitude);
-  strokeWave(painter, lineWidth);
-}
-
-// Qt's raster engine strokes a long antialiased polyline wider than a pixel several times more
-// slowly than the same line as separate segments, and at a few points a step the bends of
-// separate segments differ from true joins by a small fraction of a pixel. Hairlines have a fast
-// path of their own that draws the joined polyline.
-void OndulaWaveformView::strokeWave(QPainter& painter, double lineWidth) {
-  if (lineWidth <= 1.0) {
-    painter.drawPolyline(vertices_.data(), static_cast<int>(vertices_.size()));
-    return;
-  }
-  segments_.clear();
-  for (std::size_t i = 1; i < vertices_.size(); ++i)
-    segments_.emplace_back(vertices_[i - 1], vertices_[i]);
-  painter.drawLines(segments_.data(), static_cast<int>(segments_.size()));
-}
-
-QColor OndulaWaveformView::strokeColor(double progress) const {
-  const double alphaFactor = std::min(1.0, progress / 3.0 * 2 + kOneThird);
-  QColor color = waveColor_;
-  color.setAlphaF(static_cast<float>(alphaFactor * waveColor_.alphaF()));
-  return color;
-}
-
-// Vertices every `density` points from the left edge to just past the right one, each wave
-// pinned flat at both edges by a parabola. The sine is taken in single precision, as the look
-// was tuned with.
-void OndulaWaveformView::traceWave(double normedAmplitude) {
-  vertices_.clear();
-  const double width = this->width();
   const double halfHeight = height() * 0.5;
+  vertices_.clear();
+  for (const QPointF& offset : shape_)
+    vertices_.emplace_back(offset.x(), halfHeight + normedAmplitude * offset.y());
+  stroker_.stroke(vertices_, lineWidth, strokeAlpha(progress));
+}
+
+// The wave colour's alpha, scaled down for later waves.
+double OndulaWaveformView::strokeAlpha(double progress) const {
+  const double alphaFactor = std::min(1.0, progress / 3.0 * 2 + kOneThird);
+  return alphaFactor * waveColor_.alphaF();
+}
+
+// Every wave is the same curve scaled by its own amplitude: offsets from the vertical centre at
+// full amplitude, every `density` points from the left edge to just past the right one, pinned
+// flat at both edges by a parabola. The sine is taken in single precision, as the look was tuned
+// with.
+void OndulaWaveformView::traceShape() {
+  shape_.clear();
+  const double width = this->width();
   const double mid = width * 0.5;
-  const double maxAmplitude = halfHeight - kVerticalMargin;
+  const double maxAmplitude = height() * 0.5 - kVerticalMargin;
   // A step that does not advance would never reach the edge.
   if (!(density_ > 0))
     return;
@@ -106,7 +99,7 @@ void OndulaWaveformView::traceWave(double normedAmplitude) {
     const double scaling = 1 - fromMid * fromMid;
     const auto argument = static_cast<float>((x / width) * kTwoPi * frequency_ + phase_);
     const double sine = ::sinf(argument);
-    vertices_.emplace_back(x, halfHeight + normedAmplitude * maxAmplitude * scaling * sine);
+    shape_.emplace_back(x, maxAmplitude * scaling * sine);
   }
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 
 #include <QColor>
-#include <QLineF>
 #include <QPointF>
 #include <QWidget>
 #include <vector>
+
+#include "views/WaveStroker.h"
 
 namespace views {
 
@@ -54,10 +55,9 @@ class OndulaWaveformView : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  void drawWave(QPainter& painter, unsigned index);
-  QColor strokeColor(double progress) const;
-  void traceWave(double normedAmplitude);
-  void strokeWave(QPainter& painter, double lineWidth);
+  void drawWave(unsigned index);
+  double strokeAlpha(double progress) const;
+  void traceShape();
 
   unsigned numberOfWaves_ = 0;
   QColor waveColor_;
@@ -71,8 +71,9 @@ class OndulaWaveformView : public QWidget {
   double phase_ = 0;
   QColor backgroundColor_ = Qt::transparent;
   // Reused from frame to frame so painting allocates nothing once warm.
+  std::vector<QPointF> shape_;
   std::vector<QPointF> vertices_;
-  std::vector<QLineF> segments_;
+  WaveStroker stroker_;
 };
 
 }  // namespace views

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <QPainter>
+#include <QPolygonF>
 #include <cmath>
 #include <limits>
 
@@ -31,6 +33,38 @@ double centreOfColumn(const QImage& image, int x) {
     total += brightness(image, x, y);
   }
   return weighted / total;
+}
+
+// Qt's own stroke of the first wave's vertices, every `density` points, joined, flat ends.
+QImage strokedByQt(const OndulaWaveformView& view, double lineWidth) {
+  QImage image(view.size(), QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::black);
+  QPainter painter(&image);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(QPen(Qt::white, lineWidth, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
+  QPolygonF wave;
+  for (double x = 0; x < view.width() + view.density(); x += view.density())
+    wave << QPointF(x, firstWaveY(view, x));
+  painter.drawPolyline(wave);
+  return image;
+}
+
+// How far apart two drawings are in the ink of each run of five columns (a step between
+// vertices at the default density): the largest share of a run's ink by which they differ.
+// Single columns may trade ink with their neighbours; that is below what the eye resolves.
+double inkApart(const QImage& a, const QImage& b) {
+  constexpr int kRun = 5;
+  double largest = 0;
+  for (int run = 0; run + kRun <= a.width(); run += kRun) {
+    double inkA = 0, inkB = 0;
+    for (int x = run; x < run + kRun; ++x)
+      for (int y = 0; y < a.height(); ++y) {
+        inkA += brightness(a, x, y);
+        inkB += brightness(b, x, y);
+      }
+    largest = std::max(largest, std::abs(inkA - inkB) / std::max(inkA, inkB));
+  }
+  return largest;
 }
 
 int brightestRow(const QImage& image, int x) {
@@ -102,6 +136,22 @@ TEST(OndulaWaveformView, FirstWavePassesThroughTheFormulasPixels) {
   EXPECT_NEAR(centreOfColumn(image, 0), 100, 1);
   EXPECT_NEAR(centreOfColumn(image, 399), 100, 1);
   EXPECT_GT(std::abs(centreOfColumn(image, 150) - 100), 20);
+}
+
+// Steep and shallow, bold and hairline, each frame drawn over the one before: the view puts as
+// much ink in each column as Qt's own stroke of the same vertices, and nothing of the frame
+// before.
+TEST(OndulaWaveformView, WavesCarryTheInkOfQtsOwnStrokeFrameAfterFrame) {
+  OndulaWaveformView view(QRect(0, 0, 400, 200));
+  view.setNumberOfWaves(1);
+  view.setPhase(0.4);
+  for (double lineWidth : {3.0, 1.0, 0.5})
+    for (double amplitude : {1.0, 0.3, 0.01}) {
+      view.setPrimaryWaveLineWidth(lineWidth);
+      view.setAmplitude(amplitude);
+      const double apart = inkApart(renderedOverBlack(view), strokedByQt(view, lineWidth));
+      EXPECT_LT(apart, 0.1) << lineWidth << " wide, amplitude " << amplitude;
+    }
 }
 
 TEST(OndulaWaveformView, DrawsOnlyTheBackgroundWithoutWaves) {
