@@ -131,9 +131,11 @@ constexpr long kHarmonicHalfWidthBins = 5;  // the window's main lobe is four bi
 // The power within the half width of every harmonic of `fundamental`, in bins.
 double harmonicPower(const std::vector<double>& power, double fundamentalBins) {
   double sum = 0;
-  for (double centre = fundamentalBins; centre + kHarmonicHalfWidthBins < power.size();
-       centre += fundamentalBins) {
+  const auto bins = static_cast<long>(power.size());
+  for (double centre = fundamentalBins;; centre += fundamentalBins) {
     const long middle = std::lround(centre);
+    if (middle + kHarmonicHalfWidthBins >= bins)
+      break;
     for (long bin = middle - kHarmonicHalfWidthBins; bin <= middle + kHarmonicHalfWidthBins; ++bin)
       sum += power[bin];
   }
