@@ -3,6 +3,7 @@
 #include <gst/audio/gstaudiofilter.h>
 
 #include <memory>
+#include <mutex>
 #include <new>
 #include <vector>
 
@@ -11,9 +12,10 @@
 namespace audio {
 namespace {
 
-// Threads: the properties and the latency figure are set under the object lock, from whichever
-// thread sets them or answers a query; the stretcher and the pending output belong to the
-// streaming thread, which takes a snapshot of the properties at every buffer.
+// Threads: the properties and the latency figure are guarded by the element's own mutex (a C++
+// one rather than the object lock, so ThreadSanitizer sees it), from whichever thread sets them
+// or answers a query; the stretcher and the pending output belong to the streaming thread,
+// which takes a snapshot of the properties at every buffer.
 struct Settings {
   double pitch = 1.0;
   bool preserveFormants = false;
@@ -30,8 +32,9 @@ struct StreamState {
 
 struct RubberBandPitch {
   GstAudioFilter parent;
-  Settings settings;     // object lock
-  GstClockTime latency;  // object lock
+  std::mutex mutex;
+  Settings settings;     // mutex
+  GstClockTime latency;  // mutex
   StreamState* stream;   // streaming thread
 };
 
@@ -59,9 +62,10 @@ void restartStream(RubberBandPitch* element) {
 }
 
 void applySettings(RubberBandPitch* element) {
-  GST_OBJECT_LOCK(element);
-  const Settings settings = element->settings;
-  GST_OBJECT_UNLOCK(element);
+  const Settings settings = [&] {
+    std::lock_guard lock(element->mutex);
+    return element->settings;
+  }();
   if (!element->stream)  // stopped and started again on the same caps
     restartStream(element);
   StreamState& stream = *element->stream;
@@ -76,10 +80,12 @@ void applySettings(RubberBandPitch* element) {
   stream.applied = settings;
   const GstClockTime latency = gst_util_uint64_scale(stream.stretcher->latencyFrames(), GST_SECOND,
                                                      GST_AUDIO_INFO_RATE(infoOf(element)));
-  GST_OBJECT_LOCK(element);
-  const bool changed = element->latency != latency;
-  element->latency = latency;
-  GST_OBJECT_UNLOCK(element);
+  bool changed;
+  {
+    std::lock_guard lock(element->mutex);
+    changed = element->latency != latency;
+    element->latency = latency;
+  }
   if (changed)
     gst_element_post_message(GST_ELEMENT(element), gst_message_new_latency(GST_OBJECT(element)));
 }
@@ -165,9 +171,11 @@ gboolean query(GstBaseTransform* transform, GstPadDirection direction, GstQuery*
   gboolean live;
   GstClockTime minimum, maximum;
   gst_query_parse_latency(query, &live, &minimum, &maximum);
-  GST_OBJECT_LOCK(transform);
-  const GstClockTime ours = self(transform)->latency;
-  GST_OBJECT_UNLOCK(transform);
+  GstClockTime ours;
+  {
+    std::lock_guard lock(self(transform)->mutex);
+    ours = self(transform)->latency;
+  }
   gst_query_set_latency(query, live, minimum + ours,
                         GST_CLOCK_TIME_IS_VALID(maximum) ? maximum + ours : maximum);
   return TRUE;
@@ -182,34 +190,34 @@ gboolean stop(GstBaseTransform* transform) {
 
 void setProperty(GObject* object, guint id, const GValue* value, GParamSpec* param) {
   RubberBandPitch* element = self(object);
-  GST_OBJECT_LOCK(element);
+  std::lock_guard lock(element->mutex);
   if (id == kPropertyPitch)
     element->settings.pitch = g_value_get_float(value);
   else if (id == kPropertyPreserveFormants)
     element->settings.preserveFormants = g_value_get_boolean(value);
   else
     G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
-  GST_OBJECT_UNLOCK(element);
 }
 
 void getProperty(GObject* object, guint id, GValue* value, GParamSpec* param) {
   RubberBandPitch* element = self(object);
-  GST_OBJECT_LOCK(element);
+  std::lock_guard lock(element->mutex);
   if (id == kPropertyPitch)
     g_value_set_float(value, float(element->settings.pitch));
   else if (id == kPropertyPreserveFormants)
     g_value_set_boolean(value, element->settings.preserveFormants);
   else
     G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, param);
-  GST_OBJECT_UNLOCK(element);
 }
 
 void finalize(GObject* object) {
   delete self(object)->stream;
+  self(object)->mutex.~mutex();
   G_OBJECT_CLASS(rubber_band_pitch_parent_class)->finalize(object);
 }
 
 void rubber_band_pitch_init(RubberBandPitch* element) {
+  new (&element->mutex) std::mutex;
   new (&element->settings) Settings;
   element->latency = 0;
   element->stream = nullptr;

@@ -22,18 +22,28 @@ GstElement* capsFilter(const std::string& caps) {
   return filter;
 }
 
-void push(GstElement* source, const Signal& input) {
-  for (std::size_t at = 0; at < input.samples.size(); at += kFramesPerBuffer) {
-    const std::size_t frames = std::min(kFramesPerBuffer, input.samples.size() - at);
-    GstBuffer* buffer = gst_buffer_new_memdup(&input.samples[at], frames * sizeof(float));
-    GST_BUFFER_PTS(buffer) = gst_util_uint64_scale(at, GST_SECOND, input.sampleRate);
-    GST_BUFFER_DURATION(buffer) = gst_util_uint64_scale(frames, GST_SECOND, input.sampleRate);
-    GstFlowReturn flow;
-    g_signal_emit_by_name(source, "push-buffer", buffer, &flow);
-    gst_buffer_unref(buffer);
-  }
+// Fed from appsrc's own streaming thread, when it asks for data: the buffers are made on the
+// thread that reads them, since appsrc's queue hands them over with GLib locks that
+// ThreadSanitizer cannot see.
+struct Feed {
+  const Signal& input;
+  std::size_t at = 0;
+};
+
+void feed(GstElement* source, guint, gpointer data) {
+  auto& fed = *static_cast<Feed*>(data);
   GstFlowReturn flow;
-  g_signal_emit_by_name(source, "end-of-stream", &flow);
+  if (fed.at >= fed.input.samples.size()) {
+    g_signal_emit_by_name(source, "end-of-stream", &flow);
+    return;
+  }
+  const std::size_t frames = std::min(kFramesPerBuffer, fed.input.samples.size() - fed.at);
+  GstBuffer* buffer = gst_buffer_new_memdup(&fed.input.samples[fed.at], frames * sizeof(float));
+  GST_BUFFER_PTS(buffer) = gst_util_uint64_scale(fed.at, GST_SECOND, fed.input.sampleRate);
+  GST_BUFFER_DURATION(buffer) = gst_util_uint64_scale(frames, GST_SECOND, fed.input.sampleRate);
+  g_signal_emit_by_name(source, "push-buffer", buffer, &flow);
+  gst_buffer_unref(buffer);
+  fed.at += frames;
 }
 
 Signal pullAll(GstElement* sink) {
@@ -84,8 +94,9 @@ Signal shifted(const Signal& input, TimePitchEngine engine, float cents, bool pr
   gst_bin_add_many(GST_BIN(pipeline), source, resample, graphFormat, unit.element(), sink, nullptr);
   if (!gst_element_link_many(source, resample, graphFormat, unit.element(), sink, nullptr))
     throw std::runtime_error("the time-pitch unit would not link");
+  Feed fed{input};
+  g_signal_connect(source, "need-data", G_CALLBACK(feed), &fed);
   gst_element_set_state(pipeline, GST_STATE_PLAYING);
-  push(source, input);
   Signal output = pullAll(sink);
   gst_element_set_state(pipeline, GST_STATE_NULL);
   gst_bin_remove(GST_BIN(pipeline), unit.element());
