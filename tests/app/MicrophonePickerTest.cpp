@@ -124,12 +124,13 @@ class MicrophonePickerTest : public platform::PrivateServerTest {
     EXPECT_TRUE(eventuallyShown([&] { return picker.isNull(); })) << "a pick closes the picker";
   }
 
-  // Holds Talk for a second and returns the strongest frequency of the take as it is played.
+  // Holds Talk for two seconds (well past the shortest take Orvane keeps, even when a busy or
+  // sanitized build starts recording late) and returns the take's strongest frequency as played.
   double recordedFrequency() {
     std::filesystem::remove(played());
     QTest::mousePress(&harness_->button("talkButton"), Qt::LeftButton);
     EXPECT_TRUE(eventuallyShown([&] { return harness_->engine().recorder().isRecording(); }));
-    eventuallyShown([] { return false; }, std::chrono::milliseconds(1200));
+    eventuallyShown([] { return false; }, std::chrono::milliseconds(2000));
     QTest::mouseRelease(&harness_->button("talkButton"), Qt::LeftButton);
     std::optional<Signal> take;
     EXPECT_TRUE(eventuallyShown([&] {
