@@ -51,6 +51,7 @@ void AudioRecorder::build(const std::string& sourceDescription) {
     throw std::runtime_error("Cannot build the recording graph: " + error);
 
   watchForStreaming(encoder);
+  takeInput_.reset(gst_element_get_static_pad(encoder, "sink"));
   file_.reset(gst_bin_get_by_name(GST_BIN(encoder), "file"));
   g_object_set(file_.get(), "location", url_.c_str(), nullptr);
   // A file sink creates its file as soon as it is ready; held back, it leaves the last take
@@ -167,7 +168,9 @@ void AudioRecorder::stopOnQueue() {
   if (!isRecording())
     return;
   if (streaming_.load(std::memory_order_acquire)) {
-    gst_element_send_event(pipeline_.get(), gst_event_new_eos());
+    // Straight into the encoding, not through the source: a live source notices an end only
+    // when the sound server next hands it a chunk, which holds the take open by up to 25 ms.
+    gst_pad_send_event(takeInput_.get(), gst_event_new_eos());
     if (bus_->waitForEndOfStream(kFinishLimit) == PipelineBus::Outcome::TimedOut)
       foundation::Console::line("Recording did not finish in time; the take may be incomplete");
   }

@@ -72,6 +72,7 @@ class AudioRecorder {
   platform::AudioSession& session_;
   GstPtr<GstElement> pipeline_;
   GstPtr<GstElement> file_;
+  GstPtr<GstPad> takeInput_;  // where the captured sound enters the encoding
   std::unique_ptr<PipelineBus> bus_;
   std::atomic<bool> recording_{false};
   std::atomic<bool> streaming_{false};  // the take's segment has reached the meter

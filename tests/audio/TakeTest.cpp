@@ -106,19 +106,22 @@ TEST_F(TakeTest, ResetWhileRecordingKeepsTheTakeQuietly) {
   EXPECT_EQ(notifications_.failures(), 0);
 }
 
-TEST_F(TakeTest, AudioLevelIsTheInputPowerOnASixtyDecibelScale) {
+// The take's level and the room's around it are one scale.
+TEST_F(TakeTest, LevelsAreTheInputPowerOnASixtyDecibelScaleInAndBetweenTakes) {
   auto engine = makeEngine("audiotestsrc is-live=true wave=sine freq=440 volume=0.1");
-  EXPECT_EQ(engine->audioLevel(), 0.0);
-  engine->startRecording();
   // A sine of peak 0.1 has an rms power of 20·log10(0.1/√2) dBFS.
   const float decibels = 20.0f * std::log10(0.1f / std::sqrt(2.0f));
   const double expected = std::pow(10.0f, decibels / 60.0f);
-  EXPECT_TRUE(foundation::eventually([&] {
-    return std::fabs(engine->audioLevel() - expected) < 0.005;
-  })) << "last level "
-      << engine->audioLevel() << ", expected " << expected;
+  auto reaches = [&](auto level) {
+    return foundation::eventually([&] { return std::fabs(level() - expected) < 0.005; });
+  };
+  EXPECT_EQ(engine->audioLevel(), 0.0);
+  EXPECT_TRUE(reaches([&] { return engine->roomLevel(); })) << engine->roomLevel();
+  engine->startRecording();
+  EXPECT_TRUE(reaches([&] { return engine->audioLevel(); })) << engine->audioLevel();
   engine->stopRecording();
   EXPECT_EQ(engine->audioLevel(), 0.0);
+  EXPECT_TRUE(reaches([&] { return engine->roomLevel(); })) << engine->roomLevel();
 }
 
 TEST_F(TakeTest, AnInputThatCannotOpenLeavesNoTake) {
