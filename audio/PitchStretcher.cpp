@@ -1,7 +1,5 @@
 #include "audio/PitchStretcher.h"
 
-#include <rubberband/RubberBandStretcher.h>
-
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -9,172 +7,160 @@
 #include <numbers>
 #include <utility>
 
+#include "audio/ShiftChain.h"
+
 namespace audio {
 namespace {
 
-using Stretcher = RubberBand::RubberBandStretcher;
+// Silence fed after the start pad, before the stream: Rubber Band 3.1.2 runs short of frames in
+// its first blocks, so without it audio 250 ms into a stream came out at another delay than
+// audio at its start, and no one delay lined up both a start tone and the voice after it. Past
+// this lead-in the chain runs steady.
+constexpr std::size_t kLeadInFrames = 4096;
 
-// R3 with its short window: on a 120 Hz sawtooth it measured 47 dB harmonic-to-noise at -600
-// cents and 44 dB at +1200, against 22 dB and 36 dB with the standard window, at twice the
-// speed (bench/time_pitch). The pitch method is the default one, meant for a fixed shift: the
-// high-quality method measured 36 / 40 dB at half the speed.
-constexpr Stretcher::Options kOptions =
-    Stretcher::OptionProcessRealTime | Stretcher::OptionEngineFiner | Stretcher::OptionWindowShort |
-    Stretcher::OptionChannelsTogether;
-constexpr std::size_t kBlockFrames = 1024;
+// Where a shift's output lines up with its input, measured once per rate and ratio for the
+// process, as the delay the library reports is right only at a ratio of 1: tones of 250, 500
+// and 1000 Hz are fed right after the silence, and the median of the output frames at which
+// they first reach half their level is the delay. With each onset is noted how far the input
+// had got past the silence, which is the shift's latency.
+struct Alignment {
+  std::size_t silentFrames = 0;  // start pad and lead-in, in input frames
+  std::size_t delayFrames = 0;   // output frames to drop after feeding the silence
+  std::size_t latencyFrames = 0;
+};
 
-// Silence fed after the start pad, before the stream. Above a ratio of 1 the default pitch
-// method resamples ahead of the stretcher, and Rubber Band 3.1.2 then starts out short of
-// frames: an octave up, audio 250 ms into a stream came out 16 ms earlier than audio at its start,
-// so no one delay lined up both a start tone and the voice after it. Past this lead-in the
-// stretcher runs steady, and a stream that starts after it comes out with one delay throughout.
-constexpr std::size_t kLeadInFrames = 4 * kBlockFrames;
-
-// The output frames to drop, after the start pad and lead-in, for the output to line up with the
-// input. The start delay the library reports is right only at a ratio of 1 (see above), so it is
-// measured once per rate and ratio for the process: tones of 250, 500 and 1000 Hz are fed right
-// after the lead-in, and the median of the frames at which their output first reaches half
-// their level is the delay.
-class StartDelays {
+class Alignments {
  public:
-  static std::size_t of(int sampleRate, double pitchScale) {
-    static StartDelays delays;
-    std::lock_guard lock(delays.mutex_);
-    auto [found, added] = delays.measured_.try_emplace({sampleRate, pitchScale}, 0);
-    if (added) {
-      std::size_t onsets[] = {onsetFrame(sampleRate, pitchScale, 250),
-                              onsetFrame(sampleRate, pitchScale, 500),
-                              onsetFrame(sampleRate, pitchScale, 1000)};
-      std::sort(std::begin(onsets), std::end(onsets));
-      found->second = onsets[1];
-    }
+  static Alignment of(int sampleRate, double pitchScale) {
+    static Alignments alignments;
+    std::lock_guard lock(alignments.mutex_);
+    auto [found, added] = alignments.measured_.try_emplace({sampleRate, pitchScale});
+    if (added)
+      found->second = measure(sampleRate, pitchScale);
     return found->second;
   }
 
  private:
   static constexpr float kLevel = 0.5f;
+  // Fine enough for the latency, which is known only to a block.
+  static constexpr std::size_t kMeasureBlockFrames = 256;
 
-  static std::size_t onsetFrame(int sampleRate, double pitchScale, double hertz) {
-    Stretcher stretcher(sampleRate, 1, kOptions, 1.0, pitchScale);
-    stretcher.setMaxProcessSize(kBlockFrames);
-    const std::size_t start = stretcher.getPreferredStartPad() + kLeadInFrames;
-    std::vector<float> input(start + 2 * stretcher.getStartDelay() + 2 * kLeadInFrames);
-    for (std::size_t i = start; i < input.size(); ++i)
+  struct Onset {
+    std::size_t outputFrame;
+    std::size_t inputFrames;  // fed past the silence when the onset came out
+    bool operator<(const Onset& other) const { return outputFrame < other.outputFrame; }
+  };
+
+  static Alignment measure(int sampleRate, double pitchScale) {
+    const std::size_t silent =
+        ShiftChain(sampleRate, 1, pitchScale, false).startPadFrames() + kLeadInFrames;
+    Onset onsets[] = {onset(sampleRate, pitchScale, silent, 250),
+                      onset(sampleRate, pitchScale, silent, 500),
+                      onset(sampleRate, pitchScale, silent, 1000)};
+    std::sort(std::begin(onsets), std::end(onsets));
+    return {silent, onsets[1].outputFrame, onsets[1].inputFrames};
+  }
+
+  static Onset onset(int sampleRate, double pitchScale, std::size_t silent, double hertz) {
+    ShiftChain chain(sampleRate, 1, pitchScale, false);
+    std::vector<float> input(silent + std::size_t(sampleRate));  // a second of tone at most
+    for (std::size_t i = silent; i < input.size(); ++i)
       input[i] =
-          kLevel * float(std::sin(2 * std::numbers::pi * hertz * double(i - start) / sampleRate));
-    std::vector<float> output(kBlockFrames);
-    float* outputs[] = {output.data()};
-    std::size_t frame = 0;
-    for (std::size_t at = 0; at < input.size(); at += kBlockFrames) {
-      const float* inputs[] = {&input[at]};
-      stretcher.process(inputs, std::min(kBlockFrames, input.size() - at), false);
-      for (int available; (available = stretcher.available()) > 0;) {
-        const std::size_t got =
-            stretcher.retrieve(outputs, std::min<std::size_t>(available, kBlockFrames));
-        for (std::size_t i = 0; i < got; ++i, ++frame) {
-          if (std::fabs(output[i]) >= kLevel / 2)
-            return frame;
-        }
+          kLevel * float(std::sin(2 * std::numbers::pi * hertz * double(i - silent) / sampleRate));
+    std::vector<float> output;
+    for (std::size_t at = 0; at < input.size(); at += kMeasureBlockFrames) {
+      const std::size_t fed = std::min(at + kMeasureBlockFrames, input.size());
+      const std::size_t before = output.size();
+      chain.process(&input[at], fed - at, output);
+      for (std::size_t frame = before; frame < output.size(); ++frame) {
+        if (std::fabs(output[frame]) >= kLevel / 2)
+          return {frame, fed - std::min(fed, silent)};
       }
     }
-    return kLeadInFrames + stretcher.getStartDelay();  // never reached: trust the report
+    return {input.size(), input.size()};  // never reached for a working stretcher
   }
 
   std::mutex mutex_;
-  std::map<std::pair<int, double>, std::size_t> measured_;
+  std::map<std::pair<int, double>, Alignment> measured_;
 };
 
 }  // namespace
 
 PitchStretcher::PitchStretcher(int sampleRate, int channels)
-    : stretcher_(std::make_unique<Stretcher>(sampleRate, channels, kOptions)),
-      sampleRate_(sampleRate),
-      channels_(channels),
-      planes_(channels, std::vector<float>(kBlockFrames)) {
-  for (auto& plane : planes_)
-    planePointers_.push_back(plane.data());
-  stretcher_->setMaxProcessSize(kBlockFrames);
-}
+    : sampleRate_(sampleRate), channels_(channels) {}
 
 PitchStretcher::~PitchStretcher() = default;
 
 void PitchStretcher::prepare(int sampleRate, double pitchScale) {
-  StartDelays::of(sampleRate, pitchScale);
+  Alignments::of(sampleRate, pitchScale);
 }
 
 void PitchStretcher::setPitchScale(double scale) {
-  stretcher_->setPitchScale(scale);
+  if (scale != pitchScale_)
+    restart();
   pitchScale_ = scale;
 }
 
 void PitchStretcher::setPreserveFormants(bool preserve) {
-  stretcher_->setFormantOption(preserve ? Stretcher::OptionFormantPreserved
-                                        : Stretcher::OptionFormantShifted);
+  if (preserve != preserveFormants_)
+    restart();
+  preserveFormants_ = preserve;
 }
 
 std::size_t PitchStretcher::latencyFrames() const {
-  return stretcher_->getPreferredStartPad() + stretcher_->getStartDelay();
+  return Alignments::of(sampleRate_, pitchScale_).latencyFrames;
 }
 
 void PitchStretcher::process(const float* interleaved, std::size_t frames,
                              std::vector<float>& output) {
-  if (!primed_)
+  if (!chain_)
     prime();
   framesIn_ += frames;
-  feed(interleaved, frames);
+  shifted_.clear();
+  chain_->process(interleaved, frames, shifted_);
   collect(output);
 }
 
 void PitchStretcher::finish(std::vector<float>& output) {
-  if (!primed_)
+  if (!chain_)
     return;
-  // Silence pushes the held tail out; a bounded number of blocks, in case the stretcher keeps
-  // some back whatever it is fed.
-  const std::vector<float> silence(kBlockFrames * channels_, 0.0f);
-  const std::size_t blocks = latencyFrames() / kBlockFrames + 4;
-  for (std::size_t block = 0; block < blocks && framesOut_ < framesIn_; ++block) {
-    feed(silence.data(), kBlockFrames);
+  // Silence pushes the held tail out; a bounded amount, in case the chain keeps some back
+  // whatever it is fed.
+  const std::vector<float> silence(std::size_t(sampleRate_ / 10) * channels_, 0.0f);
+  const std::size_t rounds = latencyFrames() / (silence.size() / channels_) + 4;
+  for (std::size_t round = 0; round < rounds && framesOut_ < framesIn_; ++round) {
+    shifted_.clear();
+    chain_->process(silence.data(), silence.size() / channels_, shifted_);
     collect(output);
   }
 }
 
-void PitchStretcher::prime() {
-  primed_ = true;
-  delayLeft_ = StartDelays::of(sampleRate_, pitchScale_);
-  const std::vector<float> silence(kBlockFrames * channels_, 0.0f);
-  for (std::size_t pad = stretcher_->getPreferredStartPad() + kLeadInFrames; pad > 0;) {
-    const std::size_t frames = std::min(pad, kBlockFrames);
-    feed(silence.data(), frames);
-    pad -= frames;
-  }
+// What the old chain held is dropped: the new one's output lines up with the frames after it.
+void PitchStretcher::restart() {
+  chain_.reset();
+  framesIn_ = framesOut_;
 }
 
-void PitchStretcher::feed(const float* interleaved, std::size_t frames) {
-  for (std::size_t done = 0; done < frames;) {
-    const std::size_t count = std::min(frames - done, kBlockFrames);
-    for (int channel = 0; channel < channels_; ++channel) {
-      for (std::size_t frame = 0; frame < count; ++frame)
-        planes_[channel][frame] = interleaved[(done + frame) * channels_ + channel];
-    }
-    stretcher_->process(planePointers_.data(), count, false);
-    done += count;
-  }
+void PitchStretcher::prime() {
+  const Alignment alignment = Alignments::of(sampleRate_, pitchScale_);
+  chain_ = std::make_unique<ShiftChain>(sampleRate_, channels_, pitchScale_, preserveFormants_);
+  delayLeft_ = alignment.delayFrames;
+  const std::vector<float> silence(alignment.silentFrames * channels_, 0.0f);
+  shifted_.clear();
+  chain_->process(silence.data(), alignment.silentFrames, shifted_);
+  std::vector<float> none;
+  collect(none);
 }
 
 void PitchStretcher::collect(std::vector<float>& output) {
-  for (int available; (available = stretcher_->available()) > 0;) {
-    const auto count = std::min<std::size_t>(available, kBlockFrames);
-    const std::size_t got = stretcher_->retrieve(planePointers_.data(), count);
-    const std::size_t dropped = std::min(got, delayLeft_);
-    delayLeft_ -= dropped;
-    // The tail past the input's end is the padding's echo, not the stream's.
-    const std::size_t kept = std::min(got - dropped, framesIn_ - framesOut_);
-    for (std::size_t frame = dropped; frame < dropped + kept; ++frame) {
-      for (int channel = 0; channel < channels_; ++channel)
-        output.push_back(planes_[channel][frame]);
-    }
-    framesOut_ += kept;
-  }
+  const std::size_t got = shifted_.size() / channels_;
+  const std::size_t dropped = std::min(got, delayLeft_);
+  delayLeft_ -= dropped;
+  // The tail past the input's end is the silence's echo, not the stream's.
+  const std::size_t kept = std::min(got - dropped, framesIn_ - framesOut_);
+  output.insert(output.end(), shifted_.begin() + dropped * channels_,
+                shifted_.begin() + (dropped + kept) * channels_);
+  framesOut_ += kept;
 }
 
 }  // namespace audio
