@@ -12,20 +12,13 @@
 namespace audio {
 namespace {
 
-// Silence fed after the start pad, before the stream: Rubber Band 3.1.2 runs short of frames in
-// its first blocks, so without it audio 250 ms into a stream came out at another delay than
-// audio at its start, and no one delay lined up both a start tone and the voice after it. Past
-// this lead-in the chain runs steady.
-constexpr std::size_t kLeadInFrames = 4096;
-
 // Where a shift's output lines up with its input, measured once per rate and ratio for the
 // process, as the delay the library reports is right only at a ratio of 1: tones of 250, 500
-// and 1000 Hz are fed right after the silence, and the median of the output frames at which
+// and 1000 Hz are fed right after the start pad, and the median of the output frames at which
 // they first reach half their level is the delay. With each onset is noted how far the input
-// had got past the silence, which is the shift's latency.
+// had got past the pad, which is the shift's latency.
 struct Alignment {
-  std::size_t silentFrames = 0;  // start pad and lead-in, in input frames
-  std::size_t delayFrames = 0;   // output frames to drop after feeding the silence
+  std::size_t delayFrames = 0;  // output frames to drop after feeding the start pad
   std::size_t latencyFrames = 0;
 };
 
@@ -47,22 +40,20 @@ class Alignments {
 
   struct Onset {
     std::size_t outputFrame;
-    std::size_t inputFrames;  // fed past the silence when the onset came out
+    std::size_t inputFrames;  // fed past the start pad when the onset came out
     bool operator<(const Onset& other) const { return outputFrame < other.outputFrame; }
   };
 
   static Alignment measure(int sampleRate, double pitchScale) {
-    const std::size_t silent =
-        ShiftChain(sampleRate, 1, pitchScale, false).startPadFrames() + kLeadInFrames;
-    Onset onsets[] = {onset(sampleRate, pitchScale, silent, 250),
-                      onset(sampleRate, pitchScale, silent, 500),
-                      onset(sampleRate, pitchScale, silent, 1000)};
+    Onset onsets[] = {onset(sampleRate, pitchScale, 250), onset(sampleRate, pitchScale, 500),
+                      onset(sampleRate, pitchScale, 1000)};
     std::sort(std::begin(onsets), std::end(onsets));
-    return {silent, onsets[1].outputFrame, onsets[1].inputFrames};
+    return {onsets[1].outputFrame, onsets[1].inputFrames};
   }
 
-  static Onset onset(int sampleRate, double pitchScale, std::size_t silent, double hertz) {
+  static Onset onset(int sampleRate, double pitchScale, double hertz) {
     ShiftChain chain(sampleRate, 1, pitchScale, false);
+    const std::size_t silent = chain.startPadFrames();
     std::vector<float> input(silent + std::size_t(sampleRate));  // a second of tone at most
     for (std::size_t i = silent; i < input.size(); ++i)
       input[i] =
@@ -113,10 +104,10 @@ std::size_t PitchStretcher::latencyFrames() const {
 
 void PitchStretcher::process(const float* interleaved, std::size_t frames,
                              std::vector<float>& output) {
+  shifted_.clear();
   if (!chain_)
     prime();
   framesIn_ += frames;
-  shifted_.clear();
   chain_->process(interleaved, frames, shifted_);
   collect(output);
 }
@@ -141,22 +132,19 @@ void PitchStretcher::restart() {
   framesIn_ = framesOut_;
 }
 
+// What the start pad gives is the start of the delay to drop.
 void PitchStretcher::prime() {
-  const Alignment alignment = Alignments::of(sampleRate_, pitchScale_);
   chain_ = std::make_unique<ShiftChain>(sampleRate_, channels_, pitchScale_, preserveFormants_);
-  delayLeft_ = alignment.delayFrames;
-  const std::vector<float> silence(alignment.silentFrames * channels_, 0.0f);
-  shifted_.clear();
-  chain_->process(silence.data(), alignment.silentFrames, shifted_);
-  std::vector<float> none;
-  collect(none);
+  delayLeft_ = Alignments::of(sampleRate_, pitchScale_).delayFrames;
+  const std::vector<float> pad(chain_->startPadFrames() * channels_, 0.0f);
+  chain_->process(pad.data(), chain_->startPadFrames(), shifted_);
 }
 
 void PitchStretcher::collect(std::vector<float>& output) {
   const std::size_t got = shifted_.size() / channels_;
   const std::size_t dropped = std::min(got, delayLeft_);
   delayLeft_ -= dropped;
-  // The tail past the input's end is the silence's echo, not the stream's.
+  // The tail past the input's end is the padding's echo, not the stream's.
   const std::size_t kept = std::min(got - dropped, framesIn_ - framesOut_);
   output.insert(output.end(), shifted_.begin() + dropped * channels_,
                 shifted_.begin() + (dropped + kept) * channels_);

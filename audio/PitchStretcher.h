@@ -46,7 +46,7 @@ class PitchStretcher {
   bool preserveFormants_ = false;
   std::unique_ptr<ShiftChain> chain_;  // made at the first frames after a change
   std::size_t delayLeft_ = 0;          // output frames still to drop
-  std::size_t framesIn_ = 0;           // real frames fed, silence excluded
+  std::size_t framesIn_ = 0;           // real frames fed, padding excluded
   std::size_t framesOut_ = 0;          // aligned frames handed out
   std::vector<float> shifted_;         // the chain's output before alignment; kept to spare
                                        // the streaming thread an allocation a block
